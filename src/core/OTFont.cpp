@@ -1,0 +1,153 @@
+#include "core/OTFont.h"
+
+#include <algorithm>
+
+#include "base/Format.h"
+#include "base/ToString.h"
+#include "core/OTFile.h"
+#include "core/TableManager.h"
+#include "tables/OTheadTable.h"
+#include "tables/OTmaxpTable.h"
+
+namespace Typeframe {
+
+bool OTFont::Load(unsigned long offset) {
+    if (!m_file) return true;
+    m_offsetTable = ReadOffsetTable(m_file, static_cast<unsigned int>(offset));
+    if (!m_offsetTable) return true;
+    auto manager = m_file->GetTableManager();
+    const auto& entries = m_offsetTable->GetDirectoryEntries();
+    m_tables.reserve(entries.size());
+    for (const auto& entry : entries) m_tables.push_back(manager->CreateTable(this, entry->tag));
+    return true;
+}
+
+Bedrock::Counted<OffsetTable> OTFont::ReadOffsetTable(Bedrock::NonCounted<OTFile> file, unsigned int offset) const {
+    if (!file) return nullptr;
+    auto offsetTable = Bedrock::MakeCounted<OffsetTable>(file);
+    if (!offsetTable->Load(file->ReadBuffer(offset, OffsetTable::kSize))) return nullptr;
+    // Entries that would lie past the end of the file are not made: a hostile
+    // numTables can't make the font allocate for records that aren't there.
+    const uint64_t size = file->GetBufferSize();
+    const uint64_t start = uint64_t(offset) + OffsetTable::kSize;
+    const uint64_t room = size > start ? (size - start) / DirectoryEntry::kSize : 0;
+    const uint64_t count = std::min<uint64_t>(offsetTable->numTables, room);
+    if (count == 0) return offsetTable;
+    auto directory = file->ReadBuffer(start, count * DirectoryEntry::kSize);
+    for (uint64_t i = 0; i < count; ++i) {
+        auto entry = Bedrock::MakeCounted<DirectoryEntry>();
+        entry->Load(directory->Read(i * DirectoryEntry::kSize, DirectoryEntry::kSize));
+        offsetTable->LoadDirectoryEntry(entry);
+    }
+    return offsetTable;
+}
+
+std::vector<Tag> OTFont::GetTableTags() const {
+    std::vector<Tag> tags;
+    tags.reserve(m_tables.size());
+    for (const auto& table : m_tables) tags.push_back(table->GetTag());
+    return tags;
+}
+
+bool OTFont::LoadTable(const Bedrock::Counted<OTTable>& table) const {
+    if (!m_file || !m_offsetTable) return false;
+    return m_file->GetTableManager()->LoadTable(table, m_offsetTable);
+}
+
+Bedrock::Counted<OTTable> OTFont::GetTableForTag(unsigned int tag) const {
+    for (const auto& table : m_tables) {
+        if (table->GetTag() != tag) continue;
+        if (table->IsLoaded() || LoadTable(table)) return table;
+        return nullptr;
+    }
+    return nullptr;
+}
+
+bool OTFont::HasTableObject(Tag tag) const {
+    return std::any_of(m_tables.begin(), m_tables.end(), [tag](const auto& t) { return t->GetTag() == tag; });
+}
+
+bool OTFont::AddTable(Bedrock::Counted<OTTable> table) {
+    if (!table || GetTableForTag(table->GetTag())) return false;
+    m_tables.push_back(std::move(table));
+    return true;
+}
+
+bool OTFont::RemoveTable(unsigned int tag) {
+    const auto end = std::remove_if(m_tables.begin(), m_tables.end(), [tag](const auto& t) { return t->GetTag() == tag; });
+    const bool removed = end != m_tables.end();
+    m_tables.erase(end, m_tables.end());
+    return removed;
+}
+
+bool OTFont::SetTable(Bedrock::Counted<OTTable> table) {
+    if (!table) return true;
+    RemoveTable(table->GetTag());
+    if (!GetTableForTag(table->GetTag())) m_tables.push_back(std::move(table));
+    return true;
+}
+
+unsigned short OTFont::GetNumGlyphs() const {
+    auto maxp = GetTableT<OTmaxpTable>();
+    return maxp ? maxp->numGlyphs : 0;
+}
+
+unsigned short OTFont::GetUnitsPerEm() const {
+    auto head = GetTableT<OTheadTable>();
+    return head ? head->unitsPerEm : 0;
+}
+
+const std::vector<Utf8String>& OTFont::GetGlyphNames() const {
+    if (!m_glyphNames.empty()) return m_glyphNames;
+    // Names come from the best source the font has; the last resort numbers
+    // every glyph, glyph 0 included.
+    auto maxp = GetTableT<OTmaxpTable>();
+    if (maxp) {
+        const unsigned short count = maxp->numGlyphs;
+        m_glyphNames.reserve(count);
+        for (unsigned int glyph = 0; glyph < count; ++glyph) {
+            m_glyphNames.push_back(Bedrock::FormatString(
+                "glyph%1", Bedrock::ToStringBase(glyph, 10, 5, Bedrock::kPadZeros, true)));
+        }
+    }
+    return m_glyphNames;
+}
+
+bool OTFont::GetGlyphName(unsigned short glyph, Utf8String& name) const {
+    const auto& names = GetGlyphNames();
+    if (glyph >= names.size()) return false;
+    name = names[glyph];
+    return true;
+}
+
+bool OTFont::GetGlyphIndex(const Utf8String& name, unsigned short& glyph) const {
+    const auto& names = GetGlyphNames();
+    const size_t limit = std::min<size_t>(names.size(), 0x10000);
+    for (size_t i = 0; i < limit; ++i) {
+        if (names[i] == name) {
+            glyph = static_cast<unsigned short>(i);
+            return true;
+        }
+    }
+    return false;
+}
+
+bool OTFont::GetPostScriptName(Utf8String&) const {
+    // Answered by the naming table once the font can read one.
+    return false;
+}
+
+Bedrock::RectT<double> OTFont::GetBounds() const {
+    // The outline tables answer this once they can be parsed.
+    return Bedrock::RectT<double>();
+}
+
+double OTFont::GetAdvanceWidthMax() const { return 0.0; }
+
+double OTFont::GetMinLeftSideBearing() const { return 0.0; }
+
+double OTFont::GetMinRightSideBearing() const { return 0.0; }
+
+double OTFont::GetxMaxExtent() const { return 0.0; }
+
+}  // namespace Typeframe
