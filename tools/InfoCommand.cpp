@@ -71,7 +71,8 @@ int RunInfo(const Arguments& arguments) {
         return 0;
     }
     if (parsed.positionals.empty()) return ReportError("info", "missing font file (see 'typeframe info --help')");
-    if (parsed.positionals.size() > 1) return ReportError("info", "unexpected argument '" + parsed.positionals[1] + "'");
+    if (parsed.positionals.size() > 1)
+        return ReportError("info", "unexpected argument '" + parsed.positionals[1] + "'");
 
     const std::string& path = parsed.positionals[0];
     OpenedFontFile opened;

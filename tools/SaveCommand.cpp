@@ -3,6 +3,8 @@
 // go out as the bytes they came in; the tables named by --rebuild are written
 // from their parsed fields.
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -96,11 +98,12 @@ int RunSave(const Arguments& arguments) {
         return 0;
     }
     if (parsed.positionals.size() < 2) {
-        return ReportError("save", std::string(parsed.positionals.empty() ? "missing input and output files"
-                                                                          : "missing output file") +
-                                       " (see 'typeframe save --help')");
+        return ReportError(
+            "save", std::string(parsed.positionals.empty() ? "missing input and output files" : "missing output file") +
+                        " (see 'typeframe save --help')");
     }
-    if (parsed.positionals.size() > 2) return ReportError("save", "unexpected argument '" + parsed.positionals[2] + "'");
+    if (parsed.positionals.size() > 2)
+        return ReportError("save", "unexpected argument '" + parsed.positionals[2] + "'");
     const std::string& inPath = parsed.positionals[0];
     const std::string& outPath = parsed.positionals[1];
 
@@ -112,6 +115,11 @@ int RunSave(const Arguments& arguments) {
         } else if (name == "--rebuild") {
             if (!ParseRebuild(value, rebuild)) return 1;
         }
+    }
+
+    struct stat outStatus {};
+    if (::stat(outPath.c_str(), &outStatus) == 0 && S_ISDIR(outStatus.st_mode)) {
+        return ReportError(outPath, "is a directory");
     }
 
     OpenedFontFile opened;
@@ -149,7 +157,8 @@ int RunSave(const Arguments& arguments) {
         return ReportError(inPath, FontName(opened, index) + " could not be saved");
     }
     errno = 0;
-    if (!stream->Close()) return ReportError(outPath, std::string("write failed: ") + std::strerror(errno ? errno : EIO));
+    if (!stream->Close())
+        return ReportError(outPath, std::string("write failed: ") + std::strerror(errno ? errno : EIO));
     if (!output.Commit(error)) return ReportError(outPath, "cannot rename the finished file into place: " + error);
     return 0;
 }

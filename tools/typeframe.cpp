@@ -16,11 +16,12 @@
 namespace {
 
 void PrintUsage() {
-    std::printf("usage: typeframe COMMAND [ARGUMENTS]\n"
-                "       typeframe COMMAND --help\n"
-                "       typeframe --version\n"
-                "\n"
-                "commands:\n");
+    std::printf(
+        "usage: typeframe COMMAND [ARGUMENTS]\n"
+        "       typeframe COMMAND --help\n"
+        "       typeframe --version\n"
+        "\n"
+        "commands:\n");
     for (const auto& command : TypeframeTool::GetCommands()) std::printf("  %-8s %s\n", command.name, command.summary);
 }
 

@@ -5,17 +5,13 @@
 
 namespace Bedrock {
 
-int BaseCharTraits<char>::GetLength(const char* text) {
-    return text ? static_cast<int>(std::strlen(text)) : 0;
-}
+int BaseCharTraits<char>::GetLength(const char* text) { return text ? static_cast<int>(std::strlen(text)) : 0; }
 
 void BaseCharTraits<char>::Copy(char* dest, const char* source, int count) {
     if (count > 0) std::memmove(dest, source, static_cast<size_t>(count));
 }
 
-bool BaseCharTraits<char>::IsEqual(const char* a, const char* b) {
-    return std::strcmp(a ? a : "", b ? b : "") == 0;
-}
+bool BaseCharTraits<char>::IsEqual(const char* a, const char* b) { return std::strcmp(a ? a : "", b ? b : "") == 0; }
 
 bool BaseCharTraits<char>::IsEqual(const char* a, int aLength, const char* b, int bLength) {
     return aLength == bLength && (aLength <= 0 || std::memcmp(a, b, static_cast<size_t>(aLength)) == 0);
@@ -42,8 +38,8 @@ int BaseCharTraits<char>::Find(const char* text, int length, const char* pattern
     if (start < 0) start = 0;
     if (start > length || patternLength < 0) return -1;
     const std::string_view haystack(text, static_cast<size_t>(length));
-    const size_t hit = haystack.find(std::string_view(pattern, static_cast<size_t>(patternLength)),
-                                     static_cast<size_t>(start));
+    const size_t hit =
+        haystack.find(std::string_view(pattern, static_cast<size_t>(patternLength)), static_cast<size_t>(start));
     return hit == std::string_view::npos ? -1 : static_cast<int>(hit);
 }
 

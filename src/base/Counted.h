@@ -112,7 +112,9 @@ public:
     explicit operator bool() const noexcept { return m_object != nullptr; }
 
     template <class U>
-    bool operator==(const Counted<U>& other) const noexcept { return m_object == other.Get(); }
+    bool operator==(const Counted<U>& other) const noexcept {
+        return m_object == other.Get();
+    }
     bool operator==(std::nullptr_t) const noexcept { return m_object == nullptr; }
 
 private:

@@ -119,8 +119,8 @@ Pool& GetPool() {
 
 }  // namespace
 
-void DispatchParallelFor(std::function<void(unsigned long)> body, unsigned long count, DispatchPriority,
-                         ThreadPurpose, int maxThreads) {
+void DispatchParallelFor(std::function<void(unsigned long)> body, unsigned long count, DispatchPriority, ThreadPurpose,
+                         int maxThreads) {
     if (!body || count == 0) return;
     // Counts near the top of the range stay inline, so that the shared index
     // can never wrap past the end.

@@ -29,10 +29,10 @@ void DispatchParallelFor(std::function<void(unsigned long)> body, unsigned long 
 
 // Calls function(items[i]) for each index of the container.
 template <class Container, class Function>
-    requires requires(Container& items, unsigned long i) {
-        items.size();
-        items[i];
-    }
+requires requires(Container& items, unsigned long i) {
+    items.size();
+    items[i];
+}
 void DispatchParallelFor(Container& items, Function function, DispatchPriority priority = kPriorityDefault,
                          ThreadPurpose purpose = kPurposeGeneral, int maxThreads = 0) {
     DispatchParallelFor([&items, &function](unsigned long i) { function(items[i]); },

@@ -27,8 +27,8 @@ uint64_t FileInStream::Read(void* dest, uint64_t count) {
     uint64_t done = 0;
     while (done < count) {
         const uint64_t chunk = count - done < kMaxChunk ? count - done : kMaxChunk;
-        const ssize_t got = ::pread(m_descriptor, out + done, static_cast<size_t>(chunk),
-                                    static_cast<off_t>(m_position + done));
+        const ssize_t got =
+            ::pread(m_descriptor, out + done, static_cast<size_t>(chunk), static_cast<off_t>(m_position + done));
         if (got < 0 && errno == EINTR) continue;
         if (got <= 0) break;
         done += static_cast<uint64_t>(got);

@@ -14,8 +14,7 @@ Counted<FileOutStream> FileOutStream::Create(const char* path) {
     return Counted<FileOutStream>(new FileOutStream(descriptor));
 }
 
-FileOutStream::FileOutStream(int descriptor)
-    : m_descriptor(descriptor), m_buffer(new unsigned char[kBufferSize]) {}
+FileOutStream::FileOutStream(int descriptor) : m_descriptor(descriptor), m_buffer(new unsigned char[kBufferSize]) {}
 
 FileOutStream::~FileOutStream() { Close(); }
 

@@ -6,28 +6,18 @@ namespace Bedrock {
 
 void FormatHolderT::AppendTo(Utf8String& out) const {
     switch (m_kind) {
-        case Kind::kString:
-            out.Append(*m_value.string);
-            break;
-        case Kind::kText:
-            out.Append(m_value.text);
-            break;
-        case Kind::kChar:
-            out.Append(m_value.character);
-            break;
+        case Kind::kString: out.Append(*m_value.string); break;
+        case Kind::kText: out.Append(m_value.text); break;
+        case Kind::kChar: out.Append(m_value.character); break;
         case Kind::kSigned:
-            AppendInteger(out, ToStringDetail::Magnitude(m_value.signedValue), m_value.signedValue < 0, 10, 0,
-                          kPadNone, kSignMinusOnly, false, nullptr);
+            AppendInteger(out, ToStringDetail::Magnitude(m_value.signedValue), m_value.signedValue < 0, 10, 0, kPadNone,
+                          kSignMinusOnly, false, nullptr);
             break;
         case Kind::kUnsigned:
             AppendInteger(out, m_value.unsignedValue, false, 10, 0, kPadNone, kSignMinusOnly, false, nullptr);
             break;
-        case Kind::kDouble:
-            AppendShortestDouble(out, m_value.doubleValue);
-            break;
-        case Kind::kTag:
-            IDTag(m_value.tag).AppendTo(out);
-            break;
+        case Kind::kDouble: AppendShortestDouble(out, m_value.doubleValue); break;
+        case Kind::kTag: IDTag(m_value.tag).AppendTo(out); break;
     }
 }
 

@@ -19,9 +19,7 @@ StringBody* AllocateBody(uint32_t capacity) {
 
 // Room for a body of the given length: the length with the three low bits
 // set, so that bodies come in steps of 8 bytes.
-uint32_t CapacityFor(int64_t length) {
-    return static_cast<uint32_t>(std::min<int64_t>(length, INT_MAX)) | 7u;
-}
+uint32_t CapacityFor(int64_t length) { return static_cast<uint32_t>(std::min<int64_t>(length, INT_MAX)) | 7u; }
 
 }  // namespace
 

@@ -15,7 +15,9 @@ BigEndianBuffer::BigEndianBuffer(const unsigned char* bytes, unsigned long lengt
     if (length != 0) std::memcpy(m_bytes.data(), bytes, length);
 }
 
-Bedrock::Counted<BigEndianBuffer> BigEndianBuffer::Clone() const { return Bedrock::MakeCounted<BigEndianBuffer>(*this); }
+Bedrock::Counted<BigEndianBuffer> BigEndianBuffer::Clone() const {
+    return Bedrock::MakeCounted<BigEndianBuffer>(*this);
+}
 
 bool BigEndianBuffer::Advance(unsigned long count) {
     if (!IsInBounds(m_position, count)) return false;
@@ -78,14 +80,16 @@ bool BigEndianBuffer::SetAt(unsigned long offset, T value) {
     return true;
 }
 
-#define TYPEFRAME_BUFFER_ACCESSORS(Name, Type, Size)                                                                  \
-    bool BigEndianBuffer::Get##Name(unsigned long offset, Type& value) const { return GetAt<Type, Size>(offset, value); } \
-    bool BigEndianBuffer::Get##Name(Type& value) { return GetNext<Type, Size>(value); }                                  \
-    bool BigEndianBuffer::Set##Name(unsigned long offset, Type value) { return SetAt<Type, Size>(offset, value); }       \
-    bool BigEndianBuffer::Set##Name(Type value) {                                                                        \
-        SetAt<Type, Size>(m_position, value);                                                                            \
-        m_position += Size;                                                                                              \
-        return true;                                                                                                     \
+#define TYPEFRAME_BUFFER_ACCESSORS(Name, Type, Size)                                                               \
+    bool BigEndianBuffer::Get##Name(unsigned long offset, Type& value) const {                                     \
+        return GetAt<Type, Size>(offset, value);                                                                   \
+    }                                                                                                              \
+    bool BigEndianBuffer::Get##Name(Type& value) { return GetNext<Type, Size>(value); }                            \
+    bool BigEndianBuffer::Set##Name(unsigned long offset, Type value) { return SetAt<Type, Size>(offset, value); } \
+    bool BigEndianBuffer::Set##Name(Type value) {                                                                  \
+        SetAt<Type, Size>(m_position, value);                                                                      \
+        m_position += Size;                                                                                        \
+        return true;                                                                                               \
     }
 TYPEFRAME_BUFFER_ACCESSORS(U8, uint8_t, 1)
 TYPEFRAME_BUFFER_ACCESSORS(S8, int8_t, 1)
@@ -131,9 +135,13 @@ bool BigEndianBuffer::GetFixed2_14(Fixed2_14& value) {
     return GetFixed2_14(m_position - 2, value);
 }
 
-bool BigEndianBuffer::SetFixed16_16(unsigned long offset, const Fixed16_16& value) { return SetS32(offset, value.GetRaw()); }
+bool BigEndianBuffer::SetFixed16_16(unsigned long offset, const Fixed16_16& value) {
+    return SetS32(offset, value.GetRaw());
+}
 bool BigEndianBuffer::SetFixed16_16(const Fixed16_16& value) { return SetS32(value.GetRaw()); }
-bool BigEndianBuffer::SetFixed2_14(unsigned long offset, const Fixed2_14& value) { return SetS16(offset, value.GetRaw()); }
+bool BigEndianBuffer::SetFixed2_14(unsigned long offset, const Fixed2_14& value) {
+    return SetS16(offset, value.GetRaw());
+}
 bool BigEndianBuffer::SetFixed2_14(const Fixed2_14& value) { return SetS16(value.GetRaw()); }
 
 Bedrock::Counted<BigEndianBuffer> BigEndianBuffer::Read(unsigned long offset, unsigned long length) const {

@@ -51,10 +51,10 @@ public:
 
     // Typed values: absolute reads/writes at an offset leave the position
     // alone; sequential ones work at the position and move it.
-#define TYPEFRAME_BUFFER_ACCESSORS(Name, Type)                                      \
-    bool Get##Name(unsigned long offset, Type& value) const;                        \
-    bool Get##Name(Type& value);                                                    \
-    bool Set##Name(unsigned long offset, Type value);                               \
+#define TYPEFRAME_BUFFER_ACCESSORS(Name, Type)               \
+    bool Get##Name(unsigned long offset, Type& value) const; \
+    bool Get##Name(Type& value);                             \
+    bool Set##Name(unsigned long offset, Type value);        \
     bool Set##Name(Type value);
     TYPEFRAME_BUFFER_ACCESSORS(U8, uint8_t)
     TYPEFRAME_BUFFER_ACCESSORS(S8, int8_t)

@@ -42,6 +42,19 @@ Bedrock::Counted<OffsetTable> OTFont::ReadOffsetTable(Bedrock::NonCounted<OTFile
     return offsetTable;
 }
 
+Bedrock::Counted<OTFont> OTFont::Clone() const {
+    auto copy = Bedrock::MakeCounted<OTFont>(m_file);
+    copy->m_glyphNames = m_glyphNames;
+    copy->m_offsetTable = m_offsetTable;
+    copy->m_tables.reserve(m_tables.size());
+    for (const auto& table : m_tables) {
+        auto clone = table->Clone();
+        clone->SetFont(copy.Get());
+        copy->m_tables.push_back(std::move(clone));
+    }
+    return copy;
+}
+
 std::vector<Tag> OTFont::GetTableTags() const {
     std::vector<Tag> tags;
     tags.reserve(m_tables.size());
@@ -74,7 +87,8 @@ bool OTFont::AddTable(Bedrock::Counted<OTTable> table) {
 }
 
 bool OTFont::RemoveTable(unsigned int tag) {
-    const auto end = std::remove_if(m_tables.begin(), m_tables.end(), [tag](const auto& t) { return t->GetTag() == tag; });
+    const auto end =
+        std::remove_if(m_tables.begin(), m_tables.end(), [tag](const auto& t) { return t->GetTag() == tag; });
     const bool removed = end != m_tables.end();
     m_tables.erase(end, m_tables.end());
     return removed;
@@ -106,8 +120,8 @@ const std::vector<Utf8String>& OTFont::GetGlyphNames() const {
         const unsigned short count = maxp->numGlyphs;
         m_glyphNames.reserve(count);
         for (unsigned int glyph = 0; glyph < count; ++glyph) {
-            m_glyphNames.push_back(Bedrock::FormatString(
-                "glyph%1", Bedrock::ToStringBase(glyph, 10, 5, Bedrock::kPadZeros, true)));
+            m_glyphNames.push_back(
+                Bedrock::FormatString("glyph%1", Bedrock::ToStringBase(glyph, 10, 5, Bedrock::kPadZeros, true)));
         }
     }
     return m_glyphNames;

@@ -29,6 +29,11 @@ public:
     bool Load(unsigned long offset);
     Bedrock::Counted<OffsetTable> ReadOffsetTable(Bedrock::NonCounted<OTFile> file, unsigned int offset) const;
 
+    // A deep copy: every table is cloned and re-parented to the copy, which
+    // shares the file and the offset table (read-only) with this font. Load
+    // every table first when the file may go away.
+    Bedrock::Counted<OTFont> Clone() const;
+
     Bedrock::NonCounted<OTFile> GetFile() const { return m_file; }
     void SetFile(Bedrock::NonCounted<OTFile> file) { m_file = file; }
     Bedrock::Counted<OffsetTable> GetOffsetTable() const { return m_offsetTable; }

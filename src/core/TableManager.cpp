@@ -3,8 +3,8 @@
 #include "core/OTFile.h"
 #include "core/OTFont.h"
 #include "core/OffsetTable.h"
-#include "tables/OThheaTable.h"
 #include "tables/OTheadTable.h"
+#include "tables/OThheaTable.h"
 #include "tables/OTmaxpTable.h"
 #include "tables/OTvheaTable.h"
 

@@ -14,8 +14,8 @@ using namespace Bedrock::Dispatch;
 TEST(DispatchTest, VisitsEveryIndexOnce) {
     for (unsigned long count : {0ul, 1ul, 2ul, 3ul, 1000ul, 100003ul}) {
         std::unique_ptr<std::atomic<int>[]> visits(new std::atomic<int>[count + 1]());
-        DispatchParallelFor([&](unsigned long i) { visits[i].fetch_add(1); }, count, kPriorityDefault,
-                            kPurposeCompute, 0);
+        DispatchParallelFor([&](unsigned long i) { visits[i].fetch_add(1); }, count, kPriorityDefault, kPurposeCompute,
+                            0);
         for (unsigned long i = 0; i < count; ++i) ASSERT_EQ(visits[i].load(), 1) << "index " << i << " of " << count;
         EXPECT_EQ(visits[count].load(), 0);
     }
@@ -38,8 +38,8 @@ TEST(DispatchTest, NestedAndConcurrentLoops) {
     for (int t = 0; t < 4; ++t) {
         callers.emplace_back([&] {
             for (int round = 0; round < 20; ++round)
-                DispatchParallelFor([&](unsigned long) { total.fetch_add(1); }, 500, kPriorityDefault,
-                                    kPurposeCompute, 0);
+                DispatchParallelFor([&](unsigned long) { total.fetch_add(1); }, 500, kPriorityDefault, kPurposeCompute,
+                                    0);
         });
     }
     for (std::thread& caller : callers) caller.join();
@@ -49,14 +49,16 @@ TEST(DispatchTest, NestedAndConcurrentLoops) {
 TEST(DispatchTest, ContainerForm) {
     std::vector<int> values(1000);
     for (int i = 0; i < 1000; ++i) values[i] = i;
-    DispatchParallelFor(values, [](int& value) { value *= 2; }, kPriorityDefault, kPurposeCompute, 0);
+    DispatchParallelFor(
+        values, [](int& value) { value *= 2; }, kPriorityDefault, kPurposeCompute, 0);
     for (int i = 0; i < 1000; ++i) ASSERT_EQ(values[i], 2 * i);
 
     // One thread at most: everything on the caller's.
     const std::thread::id caller = std::this_thread::get_id();
     std::atomic<int> elsewhere{0};
-    DispatchParallelFor(values, [&](const int&) { elsewhere += std::this_thread::get_id() != caller; },
-                        kPriorityDefault, kPurposeCompute, 1);
+    DispatchParallelFor(
+        values, [&](const int&) { elsewhere += std::this_thread::get_id() != caller; }, kPriorityDefault,
+        kPurposeCompute, 1);
     EXPECT_EQ(elsewhere.load(), 0);
 }
 

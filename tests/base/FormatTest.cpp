@@ -56,8 +56,8 @@ TEST(ToStringTest, Integers) {
     EXPECT_EQ(ToStringTPadded<Utf8String>(37, 5, kPadNone), "37");
 
     // Bytes for "\x%1": two lowercase digits.
-    EXPECT_EQ(FormatString("\\x%1", ToStringTBasePadded<Utf8String>(static_cast<unsigned char>(0x0a), 16, 2,
-                                                                      kPadZeros, false)),
+    EXPECT_EQ(FormatString("\\x%1",
+                           ToStringTBasePadded<Utf8String>(static_cast<unsigned char>(0x0a), 16, 2, kPadZeros, false)),
               "\\x0a");
     EXPECT_EQ(ToStringTBasePadded<Utf8String>(static_cast<unsigned char>(0xAB), 16, 2, kPadZeros, false), "ab");
     EXPECT_EQ(ToStringBase(0xBEEFu, 16, 0, kPadNone, true), "BEEF");
@@ -65,8 +65,7 @@ TEST(ToStringTest, Integers) {
     EXPECT_EQ(ToStringBase(-255, 16), "-ff");
     EXPECT_EQ(ToStringBase(0, 10), "0");
 
-    EXPECT_EQ(ToStringBaseGroup(0x0102u, 2, 16, kPadZeros, false, CharacterGroupingBinaryBytes()),
-              "00000001 00000010");
+    EXPECT_EQ(ToStringBaseGroup(0x0102u, 2, 16, kPadZeros, false, CharacterGroupingBinaryBytes()), "00000001 00000010");
     EXPECT_EQ(ToStringBaseGroup(0x80u, 2, 8, kPadZeros, false, CharacterGroupingBinaryBytes()), "10000000");
     const CharacterGrouping thousands;
     EXPECT_EQ(ToStringT<Utf8String>(-1234567, kSignMinusOnly, &thousands), "-1,234,567");

@@ -2,15 +2,12 @@
 // past the end or wrap around 32 bits, counts that promise far more records
 // than the file holds. Loading must fail the quiet way (a null font, a font
 // without tables, a null table) and must never size memory by a count taken
-// from the file. This program replaces the global operator new to record the
-// largest single request, so it has a target of its own.
+// from the file; AllocationWatch records the largest single request.
 
-#include <atomic>
+#include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <fstream>
 #include <iterator>
-#include <new>
 #include <string>
 #include <vector>
 
@@ -24,22 +21,7 @@
 #include "core/OTTable.h"
 #include "core/OffsetTable.h"
 #include "TestUtil.h"
-
-namespace {
-
-std::atomic<size_t> g_largestAllocation{0};
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-    size_t seen = g_largestAllocation.load(std::memory_order_relaxed);
-    while (size > seen && !g_largestAllocation.compare_exchange_weak(seen, size, std::memory_order_relaxed)) {
-    }
-    if (void* block = std::malloc(size != 0 ? size : 1)) return block;
-    throw std::bad_alloc();
-}
-void operator delete(void* block) noexcept { std::free(block); }
-void operator delete(void* block, std::size_t) noexcept { std::free(block); }
+#include "core/AllocationWatch.h"
 
 namespace {
 
@@ -86,6 +68,8 @@ std::vector<Record> Directory(const std::vector<uint8_t>& font) {
     return records;
 }
 
+Tag TagOf(const char* text) { return MakeTag(text[0], text[1], text[2], text[3]); }
+
 void PutU32(std::vector<uint8_t>& bytes, size_t at, uint32_t value) {
     for (int i = 0; i < 4; ++i) bytes[at + size_t(i)] = uint8_t(value >> (24 - 8 * i));
 }
@@ -93,7 +77,7 @@ void PutU32(std::vector<uint8_t>& bytes, size_t at, uint32_t value) {
 size_t RecordIndex(const std::vector<uint8_t>& font, const char* tag) {
     const auto records = Directory(font);
     for (size_t i = 0; i < records.size(); ++i) {
-        if (records[i].tag == Typeframe::StringToTag(Utf8String(tag))) return i;
+        if (records[i].tag == TagOf(tag)) return i;
     }
     ADD_FAILURE() << "no " << tag << " record";
     return 0;
@@ -104,9 +88,11 @@ protected:
     void SetUp() override {
         m_font = ReadTestFont("TestTTF.ttf");
         ASSERT_GT(m_font.size(), 1000u) << "tests/data/TestTTF.ttf is missing";
-        g_largestAllocation = 0;
+        TypeframeTest::ResetLargestAllocation();
     }
-    void TearDown() override { EXPECT_LT(g_largestAllocation.load(), kAllocationLimit) << "an allocation sized by the file"; }
+    void TearDown() override {
+        EXPECT_LT(TypeframeTest::GetLargestAllocation(), kAllocationLimit) << "an allocation sized by the file";
+    }
 
     std::vector<uint8_t> m_font;
 };
@@ -152,7 +138,8 @@ TEST_F(HostileInput, TruncatedFontKeepsOnlyWholeTables) {
         auto out = Bedrock::MakeCounted<Bedrock::MemoryOutStream>();
         if (!font->GetTableForTag(MakeTag("head"))) continue;  // saving needs head
         ASSERT_TRUE(file->Save(out));
-        auto saved = OpenBytes(out->GetData())->GetFont(0);
+        auto savedFile = OpenBytes(out->GetData());  // a font does not keep its file alive
+        auto saved = savedFile->GetFont(0);
         ASSERT_TRUE(saved);
         EXPECT_EQ(saved->GetTables().size(), whole);
         for (Tag tag : saved->GetTableTags()) EXPECT_TRUE(saved->GetTableForTag(tag));
@@ -180,9 +167,9 @@ TEST_F(HostileInput, RecordsOutsideTheFileGiveNullTables) {
     auto font = file->GetFont(0);
     ASSERT_TRUE(font);
     for (const char* tag : {"head", "maxp", "glyf", "name", "hhea"}) {
-        EXPECT_FALSE(font->GetTableForTag(Typeframe::StringToTag(Utf8String(tag)))) << tag;
+        EXPECT_FALSE(font->GetTableForTag(TagOf(tag))) << tag;
         // A failed load is tried again, and fails again.
-        EXPECT_FALSE(font->GetTableForTag(Typeframe::StringToTag(Utf8String(tag)))) << tag;
+        EXPECT_FALSE(font->GetTableForTag(TagOf(tag))) << tag;
     }
     EXPECT_EQ(font->GetNumGlyphs(), 0);
     EXPECT_EQ(font->GetUnitsPerEm(), 0);
@@ -207,7 +194,8 @@ TEST_F(HostileInput, HugeTableCountInTinyFile) {
     EXPECT_EQ(font->GetNumGlyphs(), 7);
 
     // The same count with no records at all.
-    auto bare = OpenBytes(std::vector<uint8_t>(writer.Data().begin(), writer.Data().begin() + 12))->GetFont(0);
+    auto bareFile = OpenBytes(std::vector<uint8_t>(writer.Data().begin(), writer.Data().begin() + 12));
+    auto bare = bareFile->GetFont(0);
     ASSERT_TRUE(bare);
     EXPECT_TRUE(bare->GetTables().empty());
 }

@@ -73,7 +73,8 @@ struct Entry {
 // The directory of a saved single font, in file order.
 std::vector<std::pair<std::string, Entry>> ReadDirectory(const std::vector<uint8_t>& bytes) {
     auto be32 = [&](size_t at) {
-        return (uint32_t(bytes[at]) << 24) | (uint32_t(bytes[at + 1]) << 16) | (uint32_t(bytes[at + 2]) << 8) | bytes[at + 3];
+        return (uint32_t(bytes[at]) << 24) | (uint32_t(bytes[at + 1]) << 16) | (uint32_t(bytes[at + 2]) << 8) |
+               bytes[at + 3];
     };
     std::vector<std::pair<std::string, Entry>> entries;
     const unsigned count = (bytes[4] << 8) | bytes[5];
@@ -131,10 +132,9 @@ TEST(OTFile, EachGetFontReadsTheFontAnew) {
 
 TEST(OTFile, SaveDropsSignatureAndKeepsOtherTablesByteForByte) {
     const std::vector<uint8_t> odd = HexBytes("01020304 050607");  // 7 bytes: padded to 8 in the file
-    auto file = OpenBytes(BuildFont(0x00010000, {{"zzzz", odd},
-                                                  {"DSIG", HexBytes("00000001 00000000")},
-                                                  {"maxp", MaxpBytes(3)},
-                                                  {"head", HeadBytes()}}));
+    auto file = OpenBytes(BuildFont(
+        0x00010000,
+        {{"zzzz", odd}, {"DSIG", HexBytes("00000001 00000000")}, {"maxp", MaxpBytes(3)}, {"head", HeadBytes()}}));
     ASSERT_TRUE(file->GetFont(0));
     const auto saved = SaveFont(file);
 
@@ -177,11 +177,11 @@ TEST(OTFile, PhysicalOrderPutsPreferredTablesFirstBySwapping) {
     // Preferred TrueType order starts head, hhea, maxp, ..., loca, glyf. The
     // others keep whatever places the swaps leave them in.
     auto file = OpenBytes(BuildFont(0x00010000, {{"zzzz", HexBytes("01")},
-                                                  {"glyf", HexBytes("02")},
-                                                  {"aaaa", HexBytes("03")},
-                                                  {"maxp", MaxpBytes(1)},
-                                                  {"head", HeadBytes()},
-                                                  {"loca", HexBytes("0000 0000")}}));
+                                                 {"glyf", HexBytes("02")},
+                                                 {"aaaa", HexBytes("03")},
+                                                 {"maxp", MaxpBytes(1)},
+                                                 {"head", HeadBytes()},
+                                                 {"loca", HexBytes("0000 0000")}}));
     ASSERT_TRUE(file->GetFont(0));
     std::map<uint32_t, std::string> byOffset;
     for (const auto& [tag, entry] : ReadDirectory(SaveFont(file))) byOffset[entry.offset] = tag;

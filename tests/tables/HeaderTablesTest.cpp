@@ -89,9 +89,10 @@ TEST(OTheadTableTest, LoadsFieldsInOrderAndSavesThemBack) {
 }
 
 TEST(OTheadTableTest, CleanSaveKeepsUnknownVersionByteForByte) {
-    const std::string odd = "0009 0000 0001 0000 0000 0000 DEAD BEEF 0000 0400"
-                            "0000 0000 0000 0000 FFFF FFFF FFFF FFFF"
-                            "0001 0002 0003 0004 0000 0000 0000 0000 0000 CAFE";
+    const std::string odd =
+        "0009 0000 0001 0000 0000 0000 DEAD BEEF 0000 0400"
+        "0000 0000 0000 0000 FFFF FFFF FFFF FFFF"
+        "0001 0002 0003 0004 0000 0000 0000 0000 0000 CAFE";
     auto head = Loaded<OTheadTable>(odd);
     EXPECT_EQ(head->majorVersion, 9);
     EXPECT_EQ(head->magicNumber, 0xDEADBEEFu);
@@ -102,9 +103,10 @@ TEST(OTheadTableTest, CleanSaveKeepsUnknownVersionByteForByte) {
 TEST(OTheadTableTest, DatesBefore1970BecomeTheUnixEpoch) {
     // A 1904 date of 0 and a negative date both load as 1970 and are saved
     // as 1970: the stored values are lost.
-    auto head = Loaded<OTheadTable>("0001 0000 0001 0000 0000 0000 5F0F 3CF5 0000 0400"
-                                    "0000 0000 0000 0000 FFFF FFFF FFFF FFFF"
-                                    "0000 0000 0000 0000 0000 0000 0000 0000 0000");
+    auto head = Loaded<OTheadTable>(
+        "0001 0000 0001 0000 0000 0000 5F0F 3CF5 0000 0400"
+        "0000 0000 0000 0000 FFFF FFFF FFFF FFFF"
+        "0000 0000 0000 0000 0000 0000 0000 0000 0000");
     EXPECT_EQ(head->created, 0);
     EXPECT_EQ(head->modified, 0);
     const auto bytes = SavedBytes(*head);
@@ -117,9 +119,10 @@ TEST(OTheadTableTest, DatesBefore1970BecomeTheUnixEpoch) {
 
 TEST(OTheadTableTest, ChecksumLeavesTheAdjustmentOut) {
     // Buffer checksum: 7 (adjustment) + 0xFFFFFFFE (magic) = 5, mod 2^32.
-    auto head = Loaded<OTheadTable>("0000 0000 0000 0000 0000 0007 FFFF FFFE 0000 0000"
-                                    "0000 0000 0000 0000 0000 0000 0000 0000"
-                                    "0000 0000 0000 0000 0000 0000 0000 0000 0000");
+    auto head = Loaded<OTheadTable>(
+        "0000 0000 0000 0000 0000 0007 FFFF FFFE 0000 0000"
+        "0000 0000 0000 0000 0000 0000 0000 0000"
+        "0000 0000 0000 0000 0000 0000 0000 0000 0000");
     ASSERT_EQ(head->GetBuffer()->GetChecksum(), 5u);
     EXPECT_EQ(head->GetChecksum(), 0xFFFFFFFEu);
 
@@ -326,8 +329,7 @@ TEST(OTvheaTableTest, TruncatedTableKeepsWhatItRead) {
 
 namespace {
 
-const char* const kMaxpLong =
-    "0001 0000 0102 0010 0011 0012 0013 0002 0014 0015 0016 0017 0018 0019 001A 001B";
+const char* const kMaxpLong = "0001 0000 0102 0010 0011 0012 0013 0002 0014 0015 0016 0017 0018 0019 001A 001B";
 
 }  // namespace
 
