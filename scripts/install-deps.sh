@@ -10,6 +10,8 @@ packages=(
     # libraries
     libgtest-dev libgmock-dev libbenchmark-dev libicu-dev icu-devtools lib2geom-dev libboost-dev
     unicode-data libfreetype-dev
+    # Perl's Encode tables (in libperl5.36) feed the ICU converters built in
+    perl
     # reference checks (fontTools, OTS, FreeType) and the fonts they run on
     python3-fonttools fonttools opentype-sanitizer python3-freetype python3-brotli
     fonts-dejavu-core fonts-inter-variable fonts-karla

@@ -34,11 +34,30 @@ set(TYPEFRAME_TABLES_SOURCES
   tables/OTheadTable.cpp
   tables/OThheaTable.cpp
   tables/OTmaxpTable.cpp
+  tables/OTnameTable.cpp
   tables/OTvheaTable.cpp
+  tables/StringEncoding.cpp
+)
+
+set(TYPEFRAME_VARIATIONS_SOURCES
+  variations/DeltaSetIndexMap.cpp
+  variations/ItemVariationStore.cpp
+  variations/OTHVARTable.cpp
+  variations/OTMVARTable.cpp
+  variations/OTVVARTable.cpp
+  variations/OTavarTable.cpp
+  variations/OTfvarTable.cpp
+)
+
+set(TYPEFRAME_INSTANCER_SOURCES
+  instancer/ApplyMetricVariations.cpp
+  instancer/FontInstancer.cpp
 )
 
 set(TYPEFRAME_SOURCES
   ${TYPEFRAME_BASE_SOURCES}
   ${TYPEFRAME_CORE_SOURCES}
   ${TYPEFRAME_TABLES_SOURCES}
+  ${TYPEFRAME_VARIATIONS_SOURCES}
+  ${TYPEFRAME_INSTANCER_SOURCES}
 )

@@ -8,6 +8,7 @@
 #include "core/TableManager.h"
 #include "tables/OTheadTable.h"
 #include "tables/OTmaxpTable.h"
+#include "tables/OTnameTable.h"
 
 namespace Typeframe {
 
@@ -146,9 +147,10 @@ bool OTFont::GetGlyphIndex(const Utf8String& name, unsigned short& glyph) const 
     return false;
 }
 
-bool OTFont::GetPostScriptName(Utf8String&) const {
-    // Answered by the naming table once the font can read one.
-    return false;
+bool OTFont::GetPostScriptName(Utf8String& name) const {
+    auto table = GetTableT<OTnameTable>();
+    if (!table || !table->IsLoaded()) return false;
+    return table->GetString(6, name);
 }
 
 Bedrock::RectT<double> OTFont::GetBounds() const {

@@ -3,10 +3,16 @@
 #include "core/OTFile.h"
 #include "core/OTFont.h"
 #include "core/OffsetTable.h"
-#include "tables/OTheadTable.h"
 #include "tables/OThheaTable.h"
+#include "tables/OTheadTable.h"
 #include "tables/OTmaxpTable.h"
+#include "tables/OTnameTable.h"
 #include "tables/OTvheaTable.h"
+#include "variations/OTHVARTable.h"
+#include "variations/OTMVARTable.h"
+#include "variations/OTVVARTable.h"
+#include "variations/OTavarTable.h"
+#include "variations/OTfvarTable.h"
 
 namespace Typeframe {
 
@@ -16,6 +22,12 @@ Bedrock::Counted<OTTable> TableManager::CreateTable(Bedrock::NonCounted<OTFont> 
         case MakeTag("hhea"): return Bedrock::MakeCounted<OThheaTable>(font);
         case MakeTag("maxp"): return Bedrock::MakeCounted<OTmaxpTable>(font);
         case MakeTag("vhea"): return Bedrock::MakeCounted<OTvheaTable>(font);
+        case MakeTag("name"): return Bedrock::MakeCounted<OTnameTable>(font);
+        case MakeTag("fvar"): return Bedrock::MakeCounted<OTfvarTable>(font);
+        case MakeTag("avar"): return Bedrock::MakeCounted<OTavarTable>(font);
+        case MakeTag("HVAR"): return Bedrock::MakeCounted<OTHVARTable>(font);
+        case MakeTag("VVAR"): return Bedrock::MakeCounted<OTVVARTable>(font);
+        case MakeTag("MVAR"): return Bedrock::MakeCounted<OTMVARTable>(font);
         default: return Bedrock::MakeCounted<OTTable>(font, tag);
     }
 }
