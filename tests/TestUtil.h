@@ -5,12 +5,19 @@
 
 #include <cctype>
 #include <cstdint>
+#include <ostream>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "base/Counted.h"
+#include "base/String.h"
 #include "core/BigEndianBuffer.h"
+
+namespace Bedrock {
+// Shows strings as text in test failures.
+inline void PrintTo(const StringT<TEncUtf8>& text, std::ostream* out) { *out << '"' << text.c_str() << '"'; }
+}  // namespace Bedrock
 
 namespace TypeframeTest {
 

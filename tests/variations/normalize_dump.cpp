@@ -1,8 +1,7 @@
 // Test helper for normalize_oracle.py: prints the normalised location of
-// every named instance and every axis extreme of a variable font, as the
-// instancer computes it from fvar and avar: clamp to the axis range, scale to
-// [-1, 1] around the default, map through avar, round to 2.14 half away from
-// zero. The oracle prints the same lines from fontTools and compares.
+// every named instance and every axis extreme of a variable font, as
+// FontInstancer::MapVarParams computes it from fvar and avar. The oracle prints the same lines from fontTools and
+// compares.
 //
 // usage: normalize_dump FONT
 // Lines:
@@ -20,6 +19,7 @@
 #include "core/OTFile.h"
 #include "core/OTFont.h"
 #include "core/Tag.h"
+#include "instancer/FontInstancer.h"
 #include "variations/OTavarTable.h"
 #include "variations/OTfvarTable.h"
 
@@ -27,28 +27,13 @@ using namespace Typeframe;
 
 namespace {
 
-std::vector<int> Normalize(const OTfvarTable& fvar, const OTavarTable* avar, const std::vector<double>& location) {
+// The instancer's own mapping: clamp, scale around the default, avar, 2.14.
+std::vector<int> Normalize(const FontInstancer& instancer, const Bedrock::Counted<OTfvarTable>& fvar,
+                           const Bedrock::Counted<OTavarTable>& avar, const std::vector<double>& location) {
+    std::vector<Fixed2_14> coordinates;
     std::vector<int> result;
-    for (size_t i = 0; i < location.size(); ++i) {
-        auto axis = fvar.GetVariationAxis(static_cast<unsigned short>(i));
-        if (!axis) {
-            result.push_back(0);
-            continue;
-        }
-        const double minValue = axis->minValue.GetRaw() * (1.0 / 65536);
-        const double defaultValue = axis->defaultValue.GetRaw() * (1.0 / 65536);
-        const double maxValue = axis->maxValue.GetRaw() * (1.0 / 65536);
-        const double v = std::min(maxValue, std::max(minValue, location[i]));
-        double n = 0;
-        if (defaultValue > v) {
-            n = -(defaultValue - v) / (defaultValue - minValue);
-        } else if (v > defaultValue) {
-            n = (v - defaultValue) / (maxValue - defaultValue);
-        }
-        n = std::min(1.0, std::max(-1.0, n));
-        if (avar) n = avar->NormalizeValue(static_cast<int>(i), n);
-        result.push_back(Fixed2_14(n).GetRaw());
-    }
+    if (!instancer.MapVarParams(fvar, avar, location, coordinates)) return result;
+    for (const Fixed2_14& value : coordinates) result.push_back(value.GetRaw());
     return result;
 }
 
@@ -79,13 +64,14 @@ int main(int argc, char** argv) {
         return 1;
     }
     auto avar = font->GetTableT<OTavarTable>();
+    FontInstancer instancer;
 
     const size_t axisCount = fvar->axes.size();
     for (size_t i = 0; i < fvar->instances.size(); ++i) {
         std::vector<double> location;
         for (const Fixed16_16& value : fvar->instances[i]->coordinates) location.push_back(value.ToDouble());
         std::printf("instance %zu", i);
-        Print(location, Normalize(*fvar, avar.Get(), location));
+        Print(location, Normalize(instancer, fvar, avar, location));
     }
     std::vector<double> defaults;
     for (const auto& axis : fvar->axes) defaults.push_back(axis->defaultValue.ToDouble());
@@ -99,7 +85,7 @@ int main(int argc, char** argv) {
             std::vector<double> location = defaults;
             location[i] = extreme.value.ToDouble();
             std::printf("axis %zu %s %s", i, TagToString(axis->axisTag).c_str(), extreme.name);
-            Print({location[i]}, Normalize(*fvar, avar.Get(), location));
+            Print({location[i]}, Normalize(instancer, fvar, avar, location));
         }
     }
     return 0;

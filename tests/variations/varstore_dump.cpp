@@ -1,8 +1,6 @@
 // Test helper for varstore_oracle.py: prints the deltas of a variable font's
 // HVAR and VVAR advances and MVAR values at given normalised locations, as
-// the instancer computes them from the item variation store: one scalar per
-// region (the product of its axis factors), the deltas times the scalars
-// summed in double, the sum rounded once, half up.
+// FontInstancer::ApplyVariation computes them from the item variation store.
 //
 // usage: varstore_dump FONT LOCATION...
 // A LOCATION is the normalised coordinates as 2.14 integers joined by commas,
@@ -24,6 +22,7 @@
 #include "base/FixedPoint.h"
 #include "core/OTFile.h"
 #include "core/OTFont.h"
+#include "instancer/FontInstancer.h"
 #include "variations/DeltaSetIndexMap.h"
 #include "variations/ItemVariationStore.h"
 #include "variations/OTHVARTable.h"
@@ -34,46 +33,10 @@ using namespace Typeframe;
 
 namespace {
 
-using Region = ItemVariationStore::VariationRegion::Region;
-
-// How much a region counts on one axis at coordinate c.
-double AxisFactor(const Region& region, Fixed2_14 c) {
-    const Fixed2_14 zero;
-    if (region.start > region.peak || region.peak > region.end) return 1.0;
-    if (region.peak == zero) return 1.0;
-    if (region.start < zero && region.end > zero) return 1.0;
-    if (c < region.start || c > region.end) return 0.0;
-    if (c == region.peak) return 1.0;
-    if (c < region.peak) return (c - region.start).ToDouble() / (region.peak - region.start).ToDouble();
-    return (region.end - c).ToDouble() / (region.end - region.peak).ToDouble();
-}
-
-// Adds the rounded delta of the entry's delta set to value; false (value
-// untouched) when the entry is outside the store.
+// The instancer's own delta arithmetic is what the oracle judges.
 bool ApplyVariation(int& value, DeltaSetIndexMap::IndexEntry entry, const ItemVariationStore& store,
                     const std::vector<Fixed2_14>& coordinates) {
-    std::vector<int> deltas;
-    if (!store.GetDeltaSet(entry, deltas)) return false;
-    if (deltas.size() != store.regionList.GetRegionCount()) return false;
-    double total = 0.0;
-    for (size_t r = 0; r < deltas.size(); ++r) {
-        if (deltas[r] == 0) continue;
-        double scalar = 1.0;
-        ItemVariationStore::VariationRegion region;
-        if (store.GetVariationRegion(static_cast<unsigned short>(r), region)) {
-            for (size_t a = 0; a < region.axes.size(); ++a) {
-                Region extent;
-                if (!region.GetRegion(static_cast<unsigned short>(a), extent)) continue;
-                // A region axis beyond the font's axes has no coordinate and
-                // is passed over, as fontTools does.
-                if (a >= coordinates.size()) continue;
-                scalar *= AxisFactor(extent, coordinates[a]);
-            }
-        }
-        total += deltas[r] * scalar;
-    }
-    value = static_cast<int>(std::floor(total + 0.5) + value);
-    return true;
+    return FontInstancer::ApplyVariation(value, entry, store, coordinates);
 }
 
 std::vector<Fixed2_14> ParseLocation(const std::string& text) {
