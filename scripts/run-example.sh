@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
-# Installs the dependencies, builds, and runs the typeframe tool on a bundled
-# font: prints its tables, writes it back out, and reads the written copy.
+# Installs the dependencies, builds, and runs the typeframe tool on bundled
+# fonts: prints the tables of FONT, writes it back out and reads the written
+# copy; then makes a static instance of the bundled variable font halfway
+# along its weight axis and reads that.
 #
 #   scripts/run-example.sh [FONT]    (default: tests/data/TestTTF.ttf)
 set -euo pipefail
@@ -29,3 +31,13 @@ echo "== typeframe save $font $out"
 "$tool" save "$font" "$out"
 echo "== typeframe info $out"
 "$tool" info "$out"
+
+# The variable font's weight axis runs from 400 to 700.
+variable=tests/data/PartialInstancerTest3-VF.ttf
+instance=$work/PartialInstancerTest3-550.ttf
+echo "== typeframe info $variable"
+"$tool" info "$variable"
+echo "== typeframe instance $variable $instance wght=550"
+"$tool" instance "$variable" "$instance" wght=550
+echo "== typeframe info $instance"
+"$tool" info "$instance"

@@ -31,12 +31,35 @@ set(TYPEFRAME_CORE_SOURCES
 )
 
 set(TYPEFRAME_TABLES_SOURCES
+  tables/OTOS2Table.cpp
+  tables/OTgaspTable.cpp
+  tables/AdobeGlyphList2.cpp
+  tables/AdobeGlyphListData.cpp
+  tables/MacGlyphList.cpp
+  tables/OTcvtTable.cpp
+  tables/OTfpgmTable.cpp
   tables/OTheadTable.cpp
   tables/OThheaTable.cpp
+  tables/OThmtxTable.cpp
   tables/OTmaxpTable.cpp
   tables/OTnameTable.cpp
+  tables/OTpostTable.cpp
+  tables/OTprepTable.cpp
+  tables/OTVORGTable.cpp
   tables/OTvheaTable.cpp
+  tables/OTvmtxTable.cpp
   tables/StringEncoding.cpp
+  tables/UnicodeData.cpp
+)
+
+set(TYPEFRAME_TRUETYPE_SOURCES
+  truetype/Glyf.cpp
+  truetype/GlyfComponent.cpp
+  truetype/IContourInterface.cpp
+  truetype/OTglyfTable.cpp
+  truetype/OTlocaTable.cpp
+  truetype/Parser.cpp
+  truetype/TTCompiler.cpp
 )
 
 set(TYPEFRAME_VARIATIONS_SOURCES
@@ -54,10 +77,22 @@ set(TYPEFRAME_INSTANCER_SOURCES
   instancer/FontInstancer.cpp
 )
 
+set(TYPEFRAME_PACKING_SOURCES
+  packing/GraphNode.cpp
+  packing/GraphNodeVisitable.cpp
+  packing/GraphNodeVisitor.cpp
+  packing/SubTable.cpp
+  packing/TableGraph.cpp
+  packing/TableGraphWriter.cpp
+  packing/TableOffset.cpp
+)
+
 set(TYPEFRAME_SOURCES
   ${TYPEFRAME_BASE_SOURCES}
   ${TYPEFRAME_CORE_SOURCES}
   ${TYPEFRAME_TABLES_SOURCES}
+  ${TYPEFRAME_TRUETYPE_SOURCES}
   ${TYPEFRAME_VARIATIONS_SOURCES}
   ${TYPEFRAME_INSTANCER_SOURCES}
+  ${TYPEFRAME_PACKING_SOURCES}
 )

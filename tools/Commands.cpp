@@ -26,6 +26,29 @@ const std::vector<Command>& GetCommands() {
          "                        they are. May be repeated.\n"
          "  --rebuild all         the same for every table the library can parse\n",
          RunSave},
+        {"instance", "make static instances of a variable font",
+         "usage: typeframe instance IN OUT [--index N | --name PSNAME] [TAG=VALUE ...]\n"
+         "       typeframe instance IN --all-named OUTDIR [--index N | --name PSNAME]\n"
+         "\n"
+         "Makes a static instance of the variable font IN at the given axis values,\n"
+         "writes it to OUT and prints its PostScript name. Axes not named keep their\n"
+         "default. TAG is an axis tag of the font, padded with spaces to four\n"
+         "characters (CK=1 sets the axis 'CK  '); VALUE is a number in the axis's\n"
+         "own units, with '.' as the decimal point. An argument holding '=' and no\n"
+         "'/' is read as TAG=VALUE: write an output named like one as ./wght=500.ttf.\n"
+         "OUT appears only once complete.\n"
+         "\n"
+         "  --index N            the font of a collection to use, from 0\n"
+         "  --name PSNAME        the font of the file whose PostScript name is PSNAME\n"
+         "  --all-named OUTDIR   one static font per named instance of the font,\n"
+         "                       written to OUTDIR/PSNAME.ttf (.otf for CFF outlines)\n"
+         "                       and printed one name per line. OUTDIR is made if\n"
+         "                       missing; when one instance fails, none is written.\n"
+         "\n"
+         "Instancing is still being built: an instance has the font-wide metrics\n"
+         "(MVAR) and names of its location, and the default's outlines and glyph\n"
+         "metrics; the variation tables are dropped.\n",
+         RunInstance},
     };
     return commands;
 }

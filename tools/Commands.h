@@ -25,6 +25,7 @@ const std::vector<Command>& GetCommands();
 const Command* FindCommand(const std::string& name);
 
 int RunInfo(const Arguments& arguments);
+int RunInstance(const Arguments& arguments);
 int RunSave(const Arguments& arguments);
 
 }  // namespace TypeframeTool

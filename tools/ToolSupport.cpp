@@ -13,14 +13,6 @@ namespace TypeframeTool {
 
 namespace {
 
-std::string Printable(const std::string& text) {
-    std::string shown = text;
-    for (char& c : shown) {
-        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) c = '?';
-    }
-    return shown;
-}
-
 const OptionSpec* FindOption(const std::vector<OptionSpec>& specs, const std::string& name) {
     for (const auto& spec : specs) {
         if (name == spec.name) return &spec;
@@ -29,6 +21,14 @@ const OptionSpec* FindOption(const std::vector<OptionSpec>& specs, const std::st
 }
 
 }  // namespace
+
+std::string Printable(const std::string& text) {
+    std::string shown = text;
+    for (char& c : shown) {
+        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) c = '?';
+    }
+    return shown;
+}
 
 int ReportError(const std::string& subject, const std::string& reason) {
     std::fprintf(stderr, "typeframe: %s: %s\n", Printable(subject).c_str(), Printable(reason).c_str());

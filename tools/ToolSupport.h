@@ -16,6 +16,10 @@
 
 namespace TypeframeTool {
 
+// The text with each control character shown as '?', for text from a font
+// or the command line that goes out as one line.
+std::string Printable(const std::string& text);
+
 // Prints "typeframe: SUBJECT: REASON" as one line on stderr and returns the
 // failure exit status, 1. Control characters in either part are shown as '?'
 // so that a strange file name cannot split the line.

@@ -1,14 +1,20 @@
 #include "core/OTFont.h"
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
 
 #include "base/Format.h"
 #include "base/ToString.h"
 #include "core/OTFile.h"
 #include "core/TableManager.h"
 #include "tables/OTheadTable.h"
+#include "tables/OThmtxTable.h"
 #include "tables/OTmaxpTable.h"
 #include "tables/OTnameTable.h"
+#include "tables/OTpostTable.h"
+#include "truetype/Glyf.h"
+#include "truetype/OTglyfTable.h"
 
 namespace Typeframe {
 
@@ -114,8 +120,14 @@ unsigned short OTFont::GetUnitsPerEm() const {
 
 const std::vector<Utf8String>& OTFont::GetGlyphNames() const {
     if (!m_glyphNames.empty()) return m_glyphNames;
-    // Names come from the best source the font has; the last resort numbers
-    // every glyph, glyph 0 included.
+    // Names come from the best source the font has, in this order; the first
+    // that gives names wins.
+    // (The CFF charset's names take the first place once CFF is parsed.)
+    // The PostScript table's names (formats 1.0 and 2.0).
+    if (auto post = GetTableT<OTpostTable>(); post && post->GetGlyphNames(m_glyphNames)) return m_glyphNames;
+    // (Names made from the character map through the Adobe Glyph List come
+    // here once cmap is parsed.)
+    // The last resort numbers every glyph, glyph 0 included.
     auto maxp = GetTableT<OTmaxpTable>();
     if (maxp) {
         const unsigned short count = maxp->numGlyphs;
@@ -154,16 +166,63 @@ bool OTFont::GetPostScriptName(Utf8String& name) const {
 }
 
 Bedrock::RectT<double> OTFont::GetBounds() const {
-    // The outline tables answer this once they can be parsed.
-    return Bedrock::RectT<double>();
+    // TrueType outlines answer here; CFF outlines will once their table is
+    // parsed.
+    auto glyf = GetTableT<OTglyfTable>();
+    return glyf ? glyf->GetBounds() : Bedrock::RectT<double>();
 }
 
-double OTFont::GetAdvanceWidthMax() const { return 0.0; }
+double OTFont::GetAdvanceWidthMax() const {
+    auto hmtx = GetTableT<OThmtxTable>();
+    return hmtx ? static_cast<double>(hmtx->GetAdvanceWidthMax()) : 0.0;
+}
 
-double OTFont::GetMinLeftSideBearing() const { return 0.0; }
+double OTFont::GetMinLeftSideBearing() const {
+    auto hmtx = GetTableT<OThmtxTable>();
+    return hmtx ? static_cast<double>(hmtx->GetMinLeftSideBearing()) : 0.0;
+}
 
-double OTFont::GetMinRightSideBearing() const { return 0.0; }
+namespace {
 
-double OTFont::GetxMaxExtent() const { return 0.0; }
+// Calls visit(advance, lsb, width) for each marking glyph of the glyph order
+// that 'glyf' holds and 'hmtx' has a metric for.
+template <class Visit>
+void ForEachMarkingGlyph(const OTFont& font, const OThmtxTable& hmtx, Visit visit) {
+    auto glyf = font.GetTableT<OTglyfTable>();
+    if (!glyf) return;
+    const auto& names = font.GetGlyphNames();
+    const size_t count = std::min<size_t>(names.size(), 0x10000);
+    for (size_t i = 0; i < count; ++i) {
+        auto glyph = glyf->GetGlyph(names[i]);
+        OThmtxTable::LongHorMetric metric;
+        if (!glyph || !glyph->IsMarking() || !hmtx.GetLongHorMetric(static_cast<unsigned short>(i), metric)) continue;
+        visit(double(metric.advanceWidth), double(metric.lsb), glyph->GetBounds().GetWidth());
+    }
+}
+
+}  // namespace
+
+double OTFont::GetMinRightSideBearing() const {
+    auto hmtx = GetTableT<OThmtxTable>();
+    if (!hmtx || GetGlyphNames().empty()) return 0.0;
+    // With names but no marking glyph (or no 'glyf'), the starting value,
+    // the largest double, is the answer.
+    double smallest = std::numeric_limits<double>::max();
+    ForEachMarkingGlyph(*this, *hmtx, [&](double advance, double lsb, double width) {
+        smallest = std::min(smallest, advance - lsb - std::floor(width + 0.5));
+    });
+    return smallest;
+}
+
+double OTFont::GetxMaxExtent() const {
+    auto hmtx = GetTableT<OThmtxTable>();
+    if (!hmtx || GetGlyphNames().empty()) return 0.0;
+    // Starts at 0, so negative extents come out as 0.
+    double largest = 0.0;
+    ForEachMarkingGlyph(*this, *hmtx, [&](double, double lsb, double width) {
+        largest = std::max(largest, lsb + std::floor(width + 0.5));
+    });
+    return largest;
+}
 
 }  // namespace Typeframe

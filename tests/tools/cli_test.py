@@ -1,22 +1,29 @@
 #!/usr/bin/python3
 """Command-line behaviour of the typeframe tool.
 
-usage: cli_test.py TOOL DATA_DIR (errors | hostile)
+usage: cli_test.py TOOL DATA_DIR (errors | hostile | instance)
 
-errors:  usage, help and version; every kind of bad input gives exit status
-         1, exactly one line on stderr naming the file (or command) and the
-         reason, and no output file, not even a temporary one; a failed save
-         leaves an existing output untouched.
-hostile: damaged fonts (truncated, directory offsets and lengths past the end
-         or wrapping, numTables 65535, a collection counting 0xFFFFFFFF fonts)
-         never make `info` or `save` die by a signal or hang; they end with
-         status 0 or 1, and status 1 leaves no output behind.
+errors:   usage, help and version; every kind of bad input gives exit status
+          1, exactly one line on stderr naming the file (or command) and the
+          reason, and no output file, not even a temporary one; a failed save
+          leaves an existing output untouched.
+hostile:  damaged fonts (truncated, directory offsets and lengths past the end
+          or wrapping, numTables 65535, a collection counting 0xFFFFFFFF
+          fonts, fvar counts and sizes that don't fit) never make `info`,
+          `save` or `instance` die by a signal or hang; they end with status 0
+          or 1, and status 1 leaves no output behind.
+instance: `instance` and `instance --all-named` on the bundled variable font
+          and patched copies of it: the same rules for every bad argument and
+          font, and for good runs one PostScript name printed per file
+          written, which is the name ID 6 of that file, and no variation
+          tables left in it.
 
 DATA_DIR is the project's tests/data. Prints one line per case and a summary;
 exit 0 when all pass, 1 otherwise.
 """
 
 import os
+import shutil
 import struct
 import subprocess
 import sys
@@ -131,6 +138,72 @@ def entry_index(font, tag):
         if font[12 + 16 * i:16 + 16 * i] == tag:
             return i
     raise KeyError(tag)
+
+
+VARIABLE_FONT = "PartialInstancerTest3-VF.ttf"  # wght 400-700, instances "Regular" at 400 and at 700
+VARIATION_TABLES = (b"avar", b"cvar", b"fvar", b"gvar", b"STAT", b"HVAR", b"VVAR", b"MVAR")
+FVAR_FIELDS = {"axesArrayOffset": 4, "axisCount": 8, "axisSize": 10, "instanceCount": 12, "instanceSize": 14}
+
+
+def table_offset(font, tag):
+    return struct.unpack_from(">I", font, 12 + 16 * entry_index(font, tag) + 8)[0]
+
+
+def patch_u16(data, offset, value):
+    data = bytearray(data)
+    struct.pack_into(">H", data, offset, value)
+    return bytes(data)
+
+
+def fvar_records(font):
+    """Offsets of the fvar axis records and instance records."""
+    fvar = table_offset(font, b"fvar")
+    start, _, axis_count, axis_size, instance_count, instance_size = struct.unpack_from(">HHHHHH", font, fvar + 4)
+    axes = [fvar + start + i * axis_size for i in range(axis_count)]
+    instances_start = fvar + start + axis_count * axis_size
+    return axes, [instances_start + i * instance_size for i in range(instance_count)]
+
+
+def sfnt_tables(data):
+    """tag -> bytes of a single font, or None when it isn't one."""
+    if len(data) < 12 or data[:4] not in (b"\0\1\0\0", b"OTTO", b"true"):
+        return None
+    tables = {}
+    for i in range(struct.unpack_from(">H", data, 4)[0]):
+        tag, _, offset, length = struct.unpack_from(">4sIII", data, 12 + 16 * i)
+        tables[tag] = data[offset:offset + length]
+    return tables
+
+
+def postscript_names(name_table):
+    """Every name ID 6 string of a name table, decoded (Unicode and Windows
+    records as UTF-16BE, Macintosh ones as Latin-1, enough for ASCII)."""
+    count, storage = struct.unpack_from(">HH", name_table, 2)
+    names = []
+    for i in range(count):
+        platform, _, _, name_id, length, offset = struct.unpack_from(">HHHHHH", name_table, 6 + 12 * i)
+        if name_id == 6:
+            raw = name_table[storage + offset:storage + offset + length]
+            names.append(raw.decode("utf-16-be" if platform in (0, 3) else "latin-1", "replace"))
+    return names
+
+
+def instance_problems(path, printed):
+    """What is wrong with an instance written to `path` whose PostScript name
+    was printed as `printed`."""
+    if not os.path.isfile(path):
+        return ["%s was not written" % os.path.basename(path)]
+    tables = sfnt_tables(read(path))
+    if tables is None:
+        return ["%s is not a single font" % os.path.basename(path)]
+    problems = []
+    left = [t.decode() for t in VARIATION_TABLES if t in tables]
+    if left:
+        problems.append("%s keeps %s" % (os.path.basename(path), " ".join(left)))
+    names = set(postscript_names(tables[b"name"])) if b"name" in tables else set()
+    if names != {printed}:
+        problems.append("%s: name ID 6 is %s, printed %r" % (os.path.basename(path), sorted(names), printed))
+    return problems
 
 
 def errors(runner, data_dir):
@@ -284,12 +357,29 @@ def hostile(runner, data_dir):
     pair = collection(font)
     cases += [("collection truncated to %d bytes" % n, pair[:n]) for n in (13, 16, 19, 20, 24, 40, 200)]
 
+    # The variable font, cut short and with fvar fields that promise more
+    # than the table holds.
+    variable = read(os.path.join(data_dir, VARIABLE_FONT))
+    fvar = table_offset(variable, b"fvar")
+    cases += [("variable font truncated to %d bytes" % n, variable[:n])
+              for n in range(0, len(variable), max(1, len(variable) // 40))]
+    cases += [("fvar cut to %d bytes" % n, set_entry(variable, entry_index(variable, b"fvar"), None, n))
+              for n in (1, 8, 15, 16, 20, 36, 44)]
+    for field, value in (("axesArrayOffset", 0xFFFF), ("axisCount", 0xFFFF), ("axisCount", 0),
+                         ("axisSize", 0), ("axisSize", 0xFFFF), ("instanceCount", 0xFFFF),
+                         ("instanceSize", 0), ("instanceSize", 2), ("instanceSize", 0xFFFF)):
+        cases.append(("fvar %s %d" % (field, value), patch_u16(variable, fvar + FVAR_FIELDS[field], value)))
+    cases.append(("fvar axis and instance counts 0xFFFF with size 0",
+                  patch_u16(patch_u16(variable, fvar + 8, 0xFFFF), fvar + 14, 0)))
+
     out = os.path.join(work, "hostile-out.ttf")
+    out_dir = os.path.join(work, "hostile-statics")
     for name, data in cases:
         path = write(os.path.join(work, "hostile.ttf"), data)
         problems = []
         for arguments in (["info", path], ["save", path, out], ["save", path, out, "--rebuild", "all"],
-                          ["save", path, out, "--index", "1"]):
+                          ["save", path, out, "--index", "1"], ["instance", path, out],
+                          ["instance", path, out, "wght=650"], ["instance", path, "--all-named", out_dir]):
             before = os.listdir(work)
             status, _, err = runner.run(*arguments)
             command = " ".join(arguments[:1] + arguments[3:])
@@ -307,17 +397,201 @@ def hostile(runner, data_dir):
                     problems.append("%s left %s" % (command, new))
             if os.path.exists(out):
                 os.remove(out)
+            if os.path.isdir(out_dir):
+                shutil.rmtree(out_dir)
         runner.report(name, problems)
 
 
+def instance(runner, data_dir):
+    work = runner.workdir
+    vf = os.path.join(data_dir, VARIABLE_FONT)
+    ttf = os.path.join(data_dir, "TestTTF.ttf")
+    out = os.path.join(work, "instance.ttf")
+    statics = os.path.join(work, "statics")
+    variable = read(vf)
+    (axis,), (regular, bold) = fvar_records(variable)
+    text = write(os.path.join(work, "notes.txt"), b"these are not the bytes of a font\n")
+    missing = os.path.join(work, "missing.ttf")
+    folder = os.path.join(work, "a-folder")
+    os.mkdir(folder)
+    pair = write(os.path.join(work, "pair.ttc"), collection(variable))
+    # Copies of the font: the instance at 700 named "Weight" (name ID 256)
+    # so that the two named instances get distinct names; the axis tagged
+    # "wg  ", a tag shorter than four letters; and the 700 instance with no
+    # subfamily name and the axis tagged "a/b ", so that its PostScript name,
+    # built from the tag, holds a '/'.
+    distinct = write(os.path.join(work, "distinct.ttf"), patch_u16(variable, bold, 256))
+    short_tag = bytearray(variable)
+    short_tag[axis:axis + 4] = b"wg  "
+    short_tag = write(os.path.join(work, "short-tag.ttf"), bytes(short_tag))
+    slash = bytearray(patch_u16(variable, bold, 999))
+    slash[axis:axis + 4] = b"a/b "
+    slash = write(os.path.join(work, "slash.ttf"), bytes(slash))
+
+    # Help
+    runner.expect_success("top-level --help lists instance", ["--help"], ["instance"])
+    runner.expect_success("instance --help", ["instance", "--help"],
+                          ["usage: typeframe instance", "--all-named", "--index", "--name", "TAG=VALUE"])
+
+    # info of a variable font: axes and named instances
+    report = runner.expect_success("info of a variable font", ["info", vf],
+                                   ["PostScript name: RemoveOverlapsTest-Regular", "axes: 1", "named instances: 2"])
+    rows = [line.split() for line in report.splitlines()]
+    problems = []
+    if ["wght", "400", "400", "700", "Weight"] not in rows:
+        problems.append("no axis row 'wght 400 400 700 Weight'")
+    if ["Regular", "wght=400"] not in rows or ["Regular", "wght=700"] not in rows:
+        problems.append("no instance rows 'Regular wght=400' and 'Regular wght=700'")
+    runner.report("info of a variable font: its axis and instances", problems)
+    runner.expect_success("info of a static font has no axes", ["info", ttf], ["tables: 15"])
+    if "axes:" in runner.run("info", ttf)[1].decode():
+        runner.report("info of a static font shows no axes", ["it does"])
+
+    # Arguments
+    runner.expect_error("instance without arguments", ["instance"], ["instance", "missing input"], out)
+    runner.expect_error("instance without an output", ["instance", vf], ["missing output"], out)
+    runner.expect_error("instance with only axis values", ["instance", vf, "wght=500"], ["missing output"], out)
+    runner.expect_error("instance with a third file", ["instance", vf, out, ttf], [ttf, "unexpected"], out)
+    runner.expect_error("instance with an unknown option", ["instance", vf, out, "--fast"], ["--fast"], out)
+    runner.expect_error("instance with both --index and --name",
+                        ["instance", vf, out, "--index", "0", "--name", "RemoveOverlapsTest-Regular"],
+                        ["--index", "--name"], out)
+    runner.expect_error("instance --index that is not a number", ["instance", vf, out, "--index", "x"], ["x"], out)
+    runner.expect_error("instance --all-named with an output file too",
+                        ["instance", vf, out, "--all-named", statics], [out, "unexpected"], out)
+    runner.expect_error("instance --all-named with axis values",
+                        ["instance", vf, "--all-named", statics, "wght=500"], ["--all-named", "wght"], out)
+    runner.expect_error("an axis given twice", ["instance", vf, out, "wght=500", "wght=600"], ["wght", "twice"], out)
+    runner.expect_error("an axis tag of five letters", ["instance", vf, out, "weight=500"], ["weight"], out)
+    runner.expect_error("an empty axis tag", ["instance", vf, out, "=500"], ["axis tag"], out)
+    # Numbers are read the same in every locale: a decimal comma is junk.
+    for value in ("", "abc", "5x", "1,5", "0x10", "nan", "inf", "-inf", "infinity", "+-5", "--5", " 5", "1e999"):
+        runner.expect_error("axis value %r" % value, ["instance", vf, out, "wght=" + value],
+                            ["'%s'" % value, "wght"], out)
+    runner.expect_error("an axis value no 16.16 number holds", ["instance", vf, out, "wght=40000"],
+                        ["40000", "out of range"], out)
+
+    # Fonts
+    runner.expect_error("instance of a missing file", ["instance", missing, out], [missing, "No such file"], out)
+    runner.expect_error("instance of a folder", ["instance", folder, out], [folder, "directory"], out)
+    runner.expect_error("instance of a text file", ["instance", text, out], [text, "not a font file"], out)
+    runner.expect_error("instance of a static font", ["instance", ttf, out], [ttf, "static", "fvar"], out)
+    runner.expect_error("instance of font 1 of a single font", ["instance", vf, out, "--index", "1"],
+                        [vf, "out of range"], out)
+    runner.expect_error("instance of font 2 of a pair", ["instance", pair, out, "--index", "2"],
+                        [pair, "out of range"], out)
+    runner.expect_error("instance of a font name not in the file", ["instance", vf, out, "--name", "Nope-Bold"],
+                        [vf, "Nope-Bold", "RemoveOverlapsTest-Regular"], out)
+    runner.expect_error("instance on an axis the font lacks", ["instance", vf, out, "wdth=75"],
+                        [vf, "no axis 'wdth'", "(axes: wght)"], out)
+    runner.expect_error("a short axis tag is padded with spaces", ["instance", vf, out, "CK=1"],
+                        ["no axis 'CK  '"], out)
+    if os.geteuid() != 0:
+        locked = write(os.path.join(work, "locked.ttf"), variable)
+        os.chmod(locked, 0)
+        runner.expect_error("instance of an unreadable file", ["instance", locked, out], [locked], out)
+        os.remove(locked)
+    else:
+        print("skip unreadable input: running as root, permissions don't stop reading")
+    runner.expect_error("instance into a folder", ["instance", vf, folder], [folder, "directory"], out)
+    runner.expect_error("instance into a missing folder", ["instance", vf, os.path.join(work, "no", "x.ttf")],
+                        [os.path.join(work, "no", "x.ttf")])
+    kept = write(os.path.join(work, "kept.ttf"), b"previous contents")
+    runner.expect_error("failed instance over an existing file", ["instance", vf, kept, "wdth=75"], ["wdth"], kept)
+    if read(kept) != b"previous contents":
+        runner.report("failed instance leaves the existing output", ["it was changed"])
+
+    # One instance
+    def expect_instance(name, arguments, printed, path=out, environment=None):
+        before = os.listdir(work)
+        if environment:
+            saved = {k: os.environ.get(k) for k in environment}
+            os.environ.update(environment)
+        try:
+            text = runner.expect_success(name, ["instance"] + arguments)
+        finally:
+            if environment:
+                for key, value in saved.items():
+                    if value is None:
+                        os.environ.pop(key, None)
+                    else:
+                        os.environ[key] = value
+        problems = []
+        if text.splitlines() != [printed]:
+            problems.append("printed %r, expected %r" % (text, printed))
+        problems += instance_problems(path, printed)
+        temporary = [f for f in runner.leftovers(work, before) if ".tmp" in f]
+        if temporary:
+            problems.append("temporary files left: %s" % temporary)
+        runner.report(name + ": the instance", problems)
+        if os.path.exists(path):
+            os.remove(path)
+
+    # The default location is the named instance "Regular"; elsewhere the name
+    # gives the axis values that differ from the defaults.
+    expect_instance("instance at the default", [vf, out], "RemoveOverlapsTest-Regular")
+    expect_instance("instance at wght=550", [vf, out, "wght=550"], "RemoveOverlapsTest_550wght")
+    expect_instance("the value may have a '+' and an exponent", [vf, out, "wght=+5.5e2"], "RemoveOverlapsTest_550wght")
+    expect_instance("a decimal point, whatever the locale", [vf, out, "wght=512.5"], "RemoveOverlapsTest_512.5wght",
+                    environment={"LC_ALL": "de_DE.UTF-8", "LC_NUMERIC": "de_DE.UTF-8"})
+    expect_instance("instance by --name", [vf, out, "--name", "RemoveOverlapsTest-Regular", "wght=600"],
+                    "RemoveOverlapsTest_600wght")
+    expect_instance("instance of font 1 of a collection", [pair, out, "--index", "1", "wght=600"],
+                    "RemoveOverlapsTest_600wght")
+    expect_instance("a tag of two letters names the padded axis", [short_tag, out, "wg=600"],
+                    "RemoveOverlapsTest_600wg  ")
+    named_like_a_value = os.path.join(work, "wght=1.ttf")
+    expect_instance("an output named like an axis value, given with a folder",
+                    [vf, named_like_a_value, "wght=450"], "RemoveOverlapsTest_450wght", named_like_a_value)
+    inplace = write(os.path.join(work, "inplace.ttf"), variable)
+    expect_instance("instance in place", [inplace, inplace, "wght=700"], "RemoveOverlapsTest-Regular", inplace)
+
+    # Every named instance
+    runner.expect_error("--all-named with two instances of one name", ["instance", vf, "--all-named", statics],
+                        [vf, "both have the PostScript name 'RemoveOverlapsTest-Regular'"], statics)
+    runner.expect_error("--all-named with a PostScript name holding '/'", ["instance", slash, "--all-named", statics],
+                        [slash, "RemoveOverlapsTest_700a/b", "file name"], statics)
+    runner.expect_error("--all-named of a static font", ["instance", ttf, "--all-named", statics], ["static"], statics)
+    runner.expect_error("--all-named into a file", ["instance", distinct, "--all-named", text],
+                        [text, "not a directory"], statics)
+    runner.expect_error("--all-named two folders deep", ["instance", distinct, "--all-named",
+                                                         os.path.join(work, "no", "statics")], ["no/statics"], statics)
+
+    def expect_all_named(name, arguments, names):
+        before = os.listdir(work)
+        text = runner.expect_success(name, ["instance"] + arguments)
+        problems = []
+        if text.splitlines() != names:
+            problems.append("printed %r, expected %r" % (text.splitlines(), names))
+        if sorted(os.listdir(statics)) != sorted(n + ".ttf" for n in names):
+            problems.append("the folder holds %s" % sorted(os.listdir(statics)))
+        for printed in names:
+            problems += instance_problems(os.path.join(statics, printed + ".ttf"), printed)
+        new = [f for f in runner.leftovers(work, before) if f != "statics"]
+        if new:
+            problems.append("files left beside the folder: %s" % new)
+        runner.report(name + ": the instances", problems)
+        shutil.rmtree(statics, ignore_errors=True)
+
+    names = ["RemoveOverlapsTest-Regular", "RemoveOverlapsTest-Weight"]
+    expect_all_named("--all-named makes the folder", [distinct, "--all-named", statics], names)
+    os.mkdir(statics)
+    write(os.path.join(statics, "RemoveOverlapsTest-Weight.ttf"), b"an older file")
+    expect_all_named("--all-named into an existing folder", [distinct, "--all-named", statics + "/"], names)
+    expect_all_named("--all-named of font 1 of a collection",
+                     [write(os.path.join(work, "pair2.ttc"), collection(read(distinct))), "--all-named", statics,
+                      "--index", "1"], names)
+
+
 def main():
-    if len(sys.argv) != 4 or sys.argv[3] not in ("errors", "hostile"):
+    modes = {"errors": errors, "hostile": hostile, "instance": instance}
+    if len(sys.argv) != 4 or sys.argv[3] not in modes:
         print(__doc__)
         return 2
     tool, data_dir, mode = sys.argv[1:]
     with tempfile.TemporaryDirectory(prefix="typeframe-cli-") as workdir:
         runner = Runner(os.path.abspath(tool), workdir)
-        (errors if mode == "errors" else hostile)(runner, data_dir)
+        modes[mode](runner, data_dir)
     print("%d passed, %d failed" % (runner.passed, runner.failed))
     return 0 if runner.failed == 0 else 1
 

@@ -47,9 +47,9 @@ FONT_SUFFIXES = (".ttf", ".otf", ".ttc")
 HEAD_ADJUSTMENT = (8, 12)
 HEAD_MODIFIED = (28, 36)
 # head is rewritten on every save (its date and adjustment change), and a
-# rewritten head takes its bounds from the outline tables. Until the outline
-# tables are parsed by the library those bounds come out as zero, so xMin to
-# yMax may be either the input's or all zero.
+# rewritten head takes its bounds from the outline tables: with glyf, the
+# union of the glyph boxes (see head_box_problems); without an outline table
+# the library reads, all zero.
 HEAD_BOUNDS = (36, 44)
 HEAD_CREATED = (20, 28)
 # A rebuilt hhea recomputes advanceWidthMax, minLeftSideBearing,
@@ -167,7 +167,7 @@ def compare_tables(expected, actual, rebuilt):
     for tag in sorted(set(expected) & set(actual)):
         want, got = expected[tag], actual[tag]
         if tag == "head":
-            problems += differences(tag, expected_head(want), got, [HEAD_ADJUSTMENT, HEAD_MODIFIED], [HEAD_BOUNDS])
+            problems += differences(tag, expected_head(want), got, [HEAD_ADJUSTMENT, HEAD_MODIFIED, HEAD_BOUNDS])
         elif tag == "vhea":
             problems += differences(tag, expected_vhea(want), got)
         elif tag == "hhea" and tag in rebuilt:
@@ -261,6 +261,36 @@ def fonttools_tables(path, index):
         return None
 
 
+def head_box_problems(path, raw_head, input_head):
+    """head's box must be the union of the stored glyph boxes, an empty glyph
+    counting as the origin (as the library unites them); for a font without
+    glyf it is all zero or, when the outlines can't be read, the input's."""
+    box = tuple(int.from_bytes(raw_head[i:i + 2], "big", signed=True) for i in range(36, 44, 2))
+    from fontTools.ttLib import TTFont
+    try:
+        font = TTFont(path, lazy=True)
+        has_glyf = "glyf" in font
+        if has_glyf:
+            glyf = font["glyf"]
+            union = None
+            for name in font.getGlyphOrder():
+                glyph = glyf[name]
+                if getattr(glyph, "numberOfContours", 0) == 0:
+                    glyph_box = (0, 0, 0, 0)
+                else:
+                    glyph_box = (glyph.xMin, glyph.yMin, glyph.xMax, glyph.yMax)
+                union = list(glyph_box) if union is None else [
+                    min(union[0], glyph_box[0]), min(union[1], glyph_box[1]),
+                    max(union[2], glyph_box[2]), max(union[3], glyph_box[3])]
+    except Exception:
+        return []  # fontTools can't judge this font's glyphs
+    if has_glyf:
+        expected = tuple(union) if union else (0, 0, 0, 0)
+        return [] if box == expected else ["head box %s, glyph union %s" % (box, expected)]
+    input_box = tuple(int.from_bytes(input_head[i:i + 2], "big", signed=True) for i in range(36, 44, 2))
+    return [] if box in ((0, 0, 0, 0), input_box) else ["head box %s without glyf" % (box,)]
+
+
 def run_tool(tool, arguments):
     result = subprocess.run([tool] + arguments, stdout=subprocess.PIPE, stderr=subprocess.PIPE, timeout=300)
     return result.returncode, result.stderr.decode("utf-8", "replace").strip()
@@ -291,6 +321,8 @@ def check_save(tool, path, index, data, version, expected, rebuild, workdir, ots
     else:
         raw_out = {tag: bytes(body) for tag, body in by_fonttools.items()}
     problems += compare_tables(expected, raw_out, set(rebuild))
+    if "head" in raw_out and "head" in expected and len(raw_out["head"]) >= 44:
+        problems += head_box_problems(out_path, raw_out["head"], expected["head"].ljust(44, b"\0"))
     if ots and input_ots and not ots_accepts(out_path):
         problems.append("ots-sanitize rejects the output but accepts the input")
     return ["%s: %s" % (label, p) for p in problems]

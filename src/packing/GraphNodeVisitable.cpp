@@ -1,0 +1,7 @@
+#include "packing/GraphNodeVisitable.h"
+
+namespace Typeframe {
+
+GraphNodeVisitable::~GraphNodeVisitable() = default;
+
+}  // namespace Typeframe

@@ -1,0 +1,7 @@
+#include "packing/GraphNodeVisitor.h"
+
+namespace Typeframe {
+
+GraphNodeVisitor::~GraphNodeVisitor() = default;
+
+}  // namespace Typeframe

@@ -1,0 +1,7 @@
+#include "packing/SubTable.h"
+
+namespace Typeframe {
+
+Bedrock::Counted<BigEndianBuffer> SubTable::GetBuffer() const { return buffer; }
+
+}  // namespace Typeframe

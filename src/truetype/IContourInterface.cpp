@@ -1,0 +1,7 @@
+#include "truetype/IContourInterface.h"
+
+namespace Typeframe {
+
+IContourInterface::~IContourInterface() = default;
+
+}  // namespace Typeframe

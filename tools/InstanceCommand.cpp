@@ -1,0 +1,458 @@
+// `typeframe instance IN OUT [--index N | --name PSNAME] [TAG=VALUE ...]` and
+// `typeframe instance IN --all-named OUTDIR`: static instances of a variable
+// font, made by the library's FontInstancer. The file is first opened here
+// only to tell apart the reasons the instancer may refuse a font (not a font,
+// no such font, a static font), which it reports all alike.
+
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <memory>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "base/Counted.h"
+#include "base/FileOutStream.h"
+#include "base/String.h"
+#include "core/OTFile.h"
+#include "core/OTFont.h"
+#include "instancer/FontInstancer.h"
+#include "tables/OTnameTable.h"
+#include "variations/OTfvarTable.h"
+
+#include "Commands.h"
+#include "TemporaryFile.h"
+#include "ToolSupport.h"
+
+namespace TypeframeTool {
+
+namespace {
+
+// Why MakeInstance fails on a font that loaded: the instance's PostScript
+// name is built from a family name, and there is none it can use.
+constexpr const char* kNoInstance =
+    "no instance could be made: it needs a readable family name (name ID 25, 16 or 1) to build its PostScript "
+    "name from";
+
+struct AxisSetting {
+    Typeframe::Tag tag = 0;
+    double value = 0;
+};
+
+struct InstanceRequest {
+    std::string inPath;
+    std::string outPath;  // one instance
+    std::string outDir;   // --all-named
+    bool allNamed = false;
+    bool byName = false;
+    int index = 0;
+    std::string name;
+    std::vector<AxisSetting> settings;
+};
+
+// A decimal number ("500", "-12.5", "1e2"), read the same way whatever the
+// locale: no hexadecimal, infinity or NaN, and nothing after the number.
+bool ParseAxisValue(const std::string& text, double& value) {
+    const char* first = text.data();
+    const char* last = first + text.size();
+    // from_chars takes no '+'; one is allowed before an unsigned number.
+    if (first != last && *first == '+') {
+        ++first;
+        if (first != last && *first == '-') return false;
+    }
+    double parsed = 0;
+    const auto [end, error] = std::from_chars(first, last, parsed, std::chars_format::general);
+    if (error != std::errc() || end != last || first == last || !std::isfinite(parsed)) return false;
+    value = parsed;
+    return true;
+}
+
+// An argument with '=' and no '/' sets an axis; anything else is a file.
+bool IsAxisSetting(const std::string& argument) {
+    return argument.find('=') != std::string::npos && argument.find('/') == std::string::npos;
+}
+
+bool ParseAxisSetting(const std::string& argument, std::vector<AxisSetting>& settings) {
+    const size_t equals = argument.find('=');
+    const std::string tagText = argument.substr(0, equals);
+    const std::string valueText = argument.substr(equals + 1);
+    AxisSetting setting;
+    if (!ParseTableTag(tagText, setting.tag)) {
+        ReportError("instance", "invalid axis tag '" + tagText + "' in '" + argument + "' (one to four characters)");
+        return false;
+    }
+    if (!ParseAxisValue(valueText, setting.value)) {
+        ReportError("instance",
+                    "the value '" + valueText + "' for axis '" + TagText(setting.tag) + "' is not a number");
+        return false;
+    }
+    // Axis values are 16.16 numbers in the font; a value beyond what one
+    // holds can only be a mistake.
+    if (setting.value < -32768.0 || setting.value > 32767.0 + 65535.0 / 65536.0) {
+        ReportError("instance", "the value '" + valueText + "' for axis '" + TagText(setting.tag) +
+                                    "' is out of range (axis values lie between -32768 and 32768)");
+        return false;
+    }
+    for (const auto& earlier : settings) {
+        if (earlier.tag == setting.tag) {
+            ReportError("instance", "axis '" + TagText(setting.tag) + "' is given twice");
+            return false;
+        }
+    }
+    settings.push_back(setting);
+    return true;
+}
+
+bool ParseRequest(const ParsedArguments& parsed, InstanceRequest& request) {
+    bool byIndex = false;
+    for (const auto& [option, value] : parsed.options) {
+        if (option == "--index") {
+            if (!ParseIndex(value, request.index)) {
+                ReportError("instance", "invalid font index '" + value + "'");
+                return false;
+            }
+            byIndex = true;
+        } else if (option == "--name") {
+            if (value.empty()) {
+                ReportError("instance", "--name needs a PostScript name");
+                return false;
+            }
+            request.name = value;
+            request.byName = true;
+        } else if (option == "--all-named") {
+            if (value.empty()) {
+                ReportError("instance", "--all-named needs an output folder");
+                return false;
+            }
+            request.outDir = value;
+            request.allNamed = true;
+        }
+    }
+    if (byIndex && request.byName) {
+        ReportError("instance", "--index and --name both choose the font; give one of them");
+        return false;
+    }
+
+    std::vector<std::string> files;
+    for (const auto& argument : parsed.positionals) {
+        if (!IsAxisSetting(argument)) {
+            files.push_back(argument);
+        } else if (!ParseAxisSetting(argument, request.settings)) {
+            return false;
+        }
+    }
+    const size_t wanted = request.allNamed ? 1 : 2;
+    if (files.size() < wanted) {
+        const char* missing = files.empty()
+                                  ? (request.allNamed ? "missing input file" : "missing input and output files")
+                                  : "missing output file";
+        ReportError("instance", std::string(missing) + " (see 'typeframe instance --help')");
+        return false;
+    }
+    if (files.size() > wanted) {
+        ReportError("instance", "unexpected argument '" + files[wanted] + "'");
+        return false;
+    }
+    if (request.allNamed && !request.settings.empty()) {
+        ReportError("instance", "--all-named takes the axis values of each named instance; '" +
+                                    TagText(request.settings[0].tag) + "=' can't be given with it");
+        return false;
+    }
+    request.inPath = files[0];
+    if (!request.allNamed) request.outPath = files[1];
+    return true;
+}
+
+std::string FontName(const OpenedFontFile& opened, int index) {
+    return opened.fontCount > 1 ? "font " + std::to_string(index) : "the font";
+}
+
+bool ReadPostScriptName(const Bedrock::Counted<Typeframe::OTFont>& font, std::string& text) {
+    auto name = font ? font->GetTableT<Typeframe::OTnameTable>() : nullptr;
+    Bedrock::Utf8String found;
+    if (!name || !name->GetString(6, found)) return false;
+    text = found.c_str();
+    return true;
+}
+
+// The index of the font that --name asks for: the first whose name ID 6 is
+// that name, as the instancer picks it.
+bool FindFontByName(const InstanceRequest& request, const OpenedFontFile& opened, int& index) {
+    std::string known;
+    for (int i = 0; i < opened.fontCount; ++i) {
+        std::string name;
+        if (!ReadPostScriptName(opened.file->GetFont(i), name)) continue;
+        if (name == request.name) {
+            index = i;
+            return true;
+        }
+        known += (known.empty() ? "" : ", ") + name;
+    }
+    ReportError(request.inPath, "no font named '" + request.name + "' (" +
+                                    (known.empty() ? std::string("no font of the file has a PostScript name")
+                                                   : (opened.fontCount > 1 ? "fonts: " : "font: ") + known) +
+                                    ")");
+    return false;
+}
+
+// Opens the input, finds the font asked for and makes sure it is variable.
+bool CheckFont(const InstanceRequest& request, int& index) {
+    OpenedFontFile opened;
+    if (!OpenFontFile(request.inPath, opened)) return false;
+    index = request.index;
+    if (request.byName) {
+        if (!FindFontByName(request, opened, index)) return false;
+    } else if (index >= opened.fontCount) {
+        ReportError(request.inPath, "font index " + std::to_string(index) + " out of range (the file holds " +
+                                        std::to_string(opened.fontCount) +
+                                        (opened.fontCount == 1 ? " font)" : " fonts)"));
+        return false;
+    }
+    auto font = opened.file->GetFont(index);
+    if (!font || !font->GetOffsetTable() || font->GetTables().empty()) {
+        ReportError(request.inPath, FontName(opened, index) + " has no valid table directory");
+        return false;
+    }
+    if (!font->IsVariable()) {
+        ReportError(request.inPath, FontName(opened, index) + " is static (it has no 'fvar' table)");
+        return false;
+    }
+    if (!font->GetTableT<Typeframe::OTfvarTable>()) {
+        ReportError(request.inPath, "the 'fvar' table of " + FontName(opened, index) + " cannot be read");
+        return false;
+    }
+    return true;
+}
+
+bool LoadInstancer(const InstanceRequest& request, int index, Typeframe::FontInstancer& instancer) {
+    const bool loaded = request.byName
+                            ? instancer.LoadFont(Bedrock::Utf8String(request.inPath), Bedrock::Utf8String(request.name))
+                            : instancer.LoadFont(Bedrock::Utf8String(request.inPath), index);
+    if (!loaded) {
+        // The checks above passed, so the file changed in between or one of
+        // its tables can't be read.
+        ReportError(request.inPath, "the font cannot be loaded for instancing");
+        return false;
+    }
+    return true;
+}
+
+std::string AxisList(const Typeframe::OTfvarTable& fvar) {
+    std::string list;
+    for (const auto& axis : fvar.axes) list += (list.empty() ? "" : ", ") + TagText(axis->axisTag);
+    return list.empty() ? "none" : list;
+}
+
+// One user value per axis: the default, or the value given for its tag.
+bool BuildLocation(const std::string& path, const Typeframe::OTfvarTable& fvar,
+                   const std::vector<AxisSetting>& settings, std::vector<double>& location) {
+    location.clear();
+    for (const auto& axis : fvar.axes) location.push_back(axis->defaultValue.ToDouble());
+    for (const auto& setting : settings) {
+        bool found = false;
+        for (size_t i = 0; i < fvar.axes.size(); ++i) {
+            if (fvar.axes[i]->axisTag != setting.tag) continue;
+            location[i] = setting.value;
+            found = true;
+        }
+        if (!found) {
+            ReportError(path, "no axis '" + TagText(setting.tag) + "' (axes: " + AxisList(fvar) + ")");
+            return false;
+        }
+    }
+    return true;
+}
+
+// Writes the font alone to the temporary file of `output`; the caller
+// commits it.
+bool WriteFont(const Bedrock::Counted<Typeframe::OTFont>& font, const std::string& inPath, const std::string& outPath,
+               TemporaryFile& output) {
+    std::string error;
+    if (!output.Create(error)) {
+        ReportError(outPath, "cannot create: " + error);
+        return false;
+    }
+    errno = 0;
+    auto stream = Bedrock::FileOutStream::Create(output.GetPath().c_str());
+    if (!stream) {
+        ReportError(outPath, std::string("cannot create: ") + std::strerror(errno ? errno : EIO));
+        return false;
+    }
+    // Saving goes through a file object that holds only this font, and that
+    // makes itself the font's file; the font's own file is put back after,
+    // so that nothing reaches the saver once it is gone.
+    auto saver = Bedrock::MakeCounted<Typeframe::OTFile>();
+    const auto previousFile = font->GetFile();
+    saver->AddFont(font);
+    const bool saved = saver->Save(stream);
+    font->SetFile(previousFile);
+    if (!saved) {
+        stream->Close();
+        ReportError(inPath, "the instance could not be saved");
+        return false;
+    }
+    errno = 0;
+    if (!stream->Close()) {
+        ReportError(outPath, std::string("write failed: ") + std::strerror(errno ? errno : EIO));
+        return false;
+    }
+    return true;
+}
+
+int RunOne(const InstanceRequest& request) {
+    struct stat outStatus {};
+    if (::stat(request.outPath.c_str(), &outStatus) == 0 && S_ISDIR(outStatus.st_mode)) {
+        return ReportError(request.outPath, "is a directory");
+    }
+    int index = 0;
+    if (!CheckFont(request, index)) return 1;
+    Typeframe::FontInstancer instancer;
+    if (!LoadInstancer(request, index, instancer)) return 1;
+    auto font = instancer.GetFont();
+    auto fvar = font->GetTableT<Typeframe::OTfvarTable>();
+    std::vector<double> location;
+    if (!fvar) return ReportError(request.inPath, "the 'fvar' table cannot be read");
+    if (!BuildLocation(request.inPath, *fvar, request.settings, location)) return 1;
+    if (!instancer.MakeInstance(location)) return ReportError(request.inPath, kNoInstance);
+    const std::string postScriptName = instancer.GetPostScriptName().c_str();
+    if (postScriptName.empty()) {
+        return ReportError(request.inPath, "the instance has no PostScript name (the font has no name ID 6 to set)");
+    }
+
+    TemporaryFile output(request.outPath);
+    if (!WriteFont(font, request.inPath, request.outPath, output)) return 1;
+    std::string error;
+    if (!output.Commit(error)) {
+        return ReportError(request.outPath, "cannot rename the finished file into place: " + error);
+    }
+    std::printf("%s\n", Printable(postScriptName).c_str());
+    return std::fflush(stdout) == 0 ? 0 : ReportError(request.outPath, "cannot write the report");
+}
+
+// A PostScript name comes from the font, so it must not be able to name a
+// file outside the output folder, or a hidden one.
+bool IsUsableFileName(const std::string& name) {
+    if (name.empty() || name[0] == '.') return false;
+    for (char c : name) {
+        if (c == '/' || static_cast<unsigned char>(c) < 0x20 || c == 0x7f) return false;
+    }
+    return true;
+}
+
+std::string InstanceLabel(const Typeframe::OTFont& font, const Typeframe::OTfvarTable::InstanceRecord& record,
+                          size_t index) {
+    std::string label = "named instance " + std::to_string(index);
+    Bedrock::Utf8String subfamily;
+    auto name = font.GetTableT<Typeframe::OTnameTable>();
+    if (name && name->GetString(record.subfamilyNameID, subfamily))
+        label += std::string(" ('") + subfamily.c_str() + "')";
+    return label;
+}
+
+struct WrittenInstance {
+    std::string postScriptName;
+    std::unique_ptr<TemporaryFile> output;
+};
+
+// Makes and writes every named instance to temporary files, and renames them
+// into place only once all of them are written, so that a failure leaves
+// none behind. One parse: each instance is made from a clone of the font
+// loaded once.
+int WriteAllNamed(const InstanceRequest& request, Typeframe::FontInstancer& base) {
+    auto font = base.GetFont();
+    auto fvar = font->GetTableT<Typeframe::OTfvarTable>();
+    if (!fvar) return ReportError(request.inPath, "the 'fvar' table cannot be read");
+    if (fvar->instances.empty()) return ReportError(request.inPath, "the font has no named instances");
+    const char* extension = font->ContainsPostScriptOutlines() ? ".otf" : ".ttf";
+    const std::string folder = request.outDir.back() == '/' ? request.outDir : request.outDir + "/";
+
+    std::vector<WrittenInstance> written;
+    std::map<std::string, size_t> owners;  // PostScript name -> instance index
+    for (size_t i = 0; i < fvar->instances.size(); ++i) {
+        const auto& record = *fvar->instances[i];
+        std::vector<double> location;
+        for (const auto& coordinate : record.coordinates) location.push_back(coordinate.ToDouble());
+
+        Typeframe::FontInstancer instancer;
+        if (!instancer.LoadFont(font->Clone()) || !instancer.MakeInstance(location)) {
+            return ReportError(request.inPath, InstanceLabel(*font, record, i) + ": " + kNoInstance);
+        }
+        const std::string postScriptName = instancer.GetPostScriptName().c_str();
+        if (postScriptName.empty()) {
+            return ReportError(request.inPath, InstanceLabel(*font, record, i) +
+                                                   " has no PostScript name (the font has no name ID 6 to set)");
+        }
+        if (!IsUsableFileName(postScriptName)) {
+            return ReportError(request.inPath, InstanceLabel(*font, record, i) + " has the PostScript name '" +
+                                                   postScriptName + "', which can't be used as a file name");
+        }
+        const auto [owner, added] = owners.emplace(postScriptName, i);
+        if (!added) {
+            return ReportError(request.inPath, "named instances " + std::to_string(owner->second) + " and " +
+                                                   std::to_string(i) + " both have the PostScript name '" +
+                                                   postScriptName + "'; nothing written");
+        }
+        const std::string outPath = folder + postScriptName + extension;
+        written.push_back({postScriptName, std::make_unique<TemporaryFile>(outPath)});
+        if (!WriteFont(instancer.GetFont(), request.inPath, outPath, *written.back().output)) return 1;
+    }
+
+    std::string error;
+    for (size_t i = 0; i < written.size(); ++i) {
+        if (written[i].output->Commit(error)) continue;
+        const std::string failed = folder + written[i].postScriptName + extension;
+        // Take back the ones already in place: all or nothing.
+        for (size_t j = 0; j < i; ++j) std::remove((folder + written[j].postScriptName + extension).c_str());
+        return ReportError(failed, "cannot rename the finished file into place: " + error);
+    }
+    for (const auto& instance : written) std::printf("%s\n", instance.postScriptName.c_str());
+    return std::fflush(stdout) == 0 ? 0 : ReportError(request.outDir, "cannot write the report");
+}
+
+int RunAllNamed(const InstanceRequest& request) {
+    struct stat folderStatus {};
+    bool made = false;
+    if (::stat(request.outDir.c_str(), &folderStatus) == 0) {
+        if (!S_ISDIR(folderStatus.st_mode)) return ReportError(request.outDir, "is not a directory");
+    } else if (errno != ENOENT) {
+        return ReportError(request.outDir, std::strerror(errno));
+    }
+    int index = 0;
+    if (!CheckFont(request, index)) return 1;
+    Typeframe::FontInstancer base;
+    if (!LoadInstancer(request, index, base)) return 1;
+    if (!S_ISDIR(folderStatus.st_mode)) {
+        if (::mkdir(request.outDir.c_str(), 0777) != 0) {
+            return ReportError(request.outDir, std::string("cannot create the folder: ") + std::strerror(errno));
+        }
+        made = true;
+    }
+    const int status = WriteAllNamed(request, base);
+    // A folder made for a run that wrote nothing goes again.
+    if (status != 0 && made) ::rmdir(request.outDir.c_str());
+    return status;
+}
+
+}  // namespace
+
+int RunInstance(const Arguments& arguments) {
+    ParsedArguments parsed;
+    if (!ParseArguments("instance", arguments, {{"--index", true}, {"--name", true}, {"--all-named", true}}, parsed)) {
+        return 1;
+    }
+    if (parsed.help) {
+        std::fputs(FindCommand("instance")->help, stdout);
+        return 0;
+    }
+    InstanceRequest request;
+    if (!ParseRequest(parsed, request)) return 1;
+    return request.allNamed ? RunAllNamed(request) : RunOne(request);
+}
+
+}  // namespace TypeframeTool
