@@ -2,6 +2,11 @@
 // without libFuzzer: every file named on the command line, and every file in
 // a directory named there (hidden files aside), goes once through the
 // target. Options in libFuzzer's "-name=value" form are ignored.
+//
+// An input that makes the library ask for gigabytes fails here as it does
+// under the fuzzers' -malloc_limit_mb, instead of swapping the machine: with
+// AddressSanitizer a single allocation is capped, without it the address
+// space.
 
 #include <algorithm>
 #include <cstdint>
@@ -14,7 +19,22 @@
 #include <system_error>
 #include <vector>
 
+#include <sys/resource.h>
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
+
+#if defined(__SANITIZE_ADDRESS__)
+#define TYPEFRAME_REPLAY_ASAN 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define TYPEFRAME_REPLAY_ASAN 1
+#endif
+#endif
+
+#ifdef TYPEFRAME_REPLAY_ASAN
+// Read by AddressSanitizer at start-up; ASAN_OPTIONS can still override it.
+extern "C" const char* __asan_default_options() { return "max_allocation_size_mb=512"; }
+#endif
 
 namespace {
 
@@ -23,6 +43,8 @@ namespace fs = std::filesystem;
 bool IsHidden(const fs::path& path) { return path.filename().string().starts_with("."); }
 
 bool Replay(const fs::path& path) {
+    // Unbuffered, so that the input a crash happened on is named.
+    std::fprintf(stderr, "replay: running %s\n", path.c_str());
     std::ifstream in(path, std::ios::binary);
     if (!in) {
         std::fprintf(stderr, "replay: cannot read %s\n", path.c_str());
@@ -40,6 +62,10 @@ bool Replay(const fs::path& path) {
 }  // namespace
 
 int main(int argc, char** argv) {
+#ifndef TYPEFRAME_REPLAY_ASAN
+    const rlimit limit{4ul << 30, 4ul << 30};
+    setrlimit(RLIMIT_AS, &limit);
+#endif
     int replayed = 0;
     for (int i = 1; i < argc; ++i) {
         const std::string argument = argv[i];

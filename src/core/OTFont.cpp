@@ -1,6 +1,7 @@
 #include "core/OTFont.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cmath>
 #include <limits>
 
@@ -132,9 +133,13 @@ const std::vector<Utf8String>& OTFont::GetGlyphNames() const {
     if (maxp) {
         const unsigned short count = maxp->numGlyphs;
         m_glyphNames.reserve(count);
+        // "glyph" and the index padded with zeros to five digits; written
+        // directly, since fonts with tens of thousands of glyphs ask for this
+        // on every save.
+        char text[16];
         for (unsigned int glyph = 0; glyph < count; ++glyph) {
-            m_glyphNames.push_back(
-                Bedrock::FormatString("glyph%1", Bedrock::ToStringBase(glyph, 10, 5, Bedrock::kPadZeros, true)));
+            const int length = std::snprintf(text, sizeof(text), "glyph%05u", glyph);
+            m_glyphNames.emplace_back(text, length);
         }
     }
     return m_glyphNames;

@@ -19,7 +19,28 @@ constexpr unsigned long kHeaderSize = 10;
 // Raw bounds words that mark a glyph's box as "lowest possible".
 constexpr uint16_t kLowestBoundsMark = 0x8001;
 
+// The box of the header's four bounds words.
+Bedrock::RectT<double> BoundsFromWords(const uint16_t (&words)[4]) {
+    if (words[0] == kLowestBoundsMark && words[1] == kLowestBoundsMark && words[2] == kLowestBoundsMark &&
+        words[3] == kLowestBoundsMark) {
+        // Kept as required: a box of four 0x8001 words stands for the lowest
+        // finite double on all four sides, and reaches the table's union so.
+        const double lowest = std::numeric_limits<double>::lowest();
+        return {lowest, lowest, lowest, lowest};
+    }
+    return {double(int16_t(words[0])), double(int16_t(words[1])), double(int16_t(words[2])), double(int16_t(words[3]))};
+}
+
 }  // namespace
+
+Bedrock::RectT<double> Glyf::GetHeaderBounds(const unsigned char* bytes, unsigned long length) {
+    // Shorter bytes make an empty glyph (Load fails before the contour
+    // count), whose box is the origin.
+    if (!bytes || length < kHeaderSize) return Bedrock::RectT<double>();
+    uint16_t words[4];
+    for (size_t i = 0; i < 4; ++i) words[i] = static_cast<uint16_t>((bytes[2 + 2 * i] << 8) | bytes[3 + 2 * i]);
+    return BoundsFromWords(words);
+}
 
 bool Glyf::Walk::Enter(const Glyf* glyph) {
     if (depth >= kMaxComponentDepth || visits >= kMaxComponentVisits) return false;
@@ -76,16 +97,7 @@ bool Glyf::Read(Bedrock::Counted<BigEndianBuffer> data, const std::vector<Utf8St
         if (!in.GetU16(word)) return false;
     }
     numberOfContours = static_cast<int16_t>(header[0]);
-    if (header[1] == kLowestBoundsMark && header[2] == kLowestBoundsMark && header[3] == kLowestBoundsMark &&
-        header[4] == kLowestBoundsMark) {
-        // Kept as required: a box of four 0x8001 words stands for the lowest
-        // finite double on all four sides, and reaches the table's union so.
-        const double lowest = std::numeric_limits<double>::lowest();
-        bounds = {lowest, lowest, lowest, lowest};
-    } else {
-        bounds = {double(int16_t(header[1])), double(int16_t(header[2])), double(int16_t(header[3])),
-                  double(int16_t(header[4]))};
-    }
+    bounds = BoundsFromWords({header[1], header[2], header[3], header[4]});
     boundsValid = true;
     if (numberOfContours == 0) return true;
     if (header[0] == 0xFFFF) return ReadComponents(in, glyphOrder);

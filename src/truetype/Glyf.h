@@ -61,6 +61,9 @@ public:
     // The same, naming the components of a composite from `glyphOrder`
     // instead of the font's current glyph order.
     bool Load(Bedrock::Counted<BigEndianBuffer> data, const std::vector<Utf8String>& glyphOrder);
+    // The box that Load and RefreshBounds give a glyph of these bytes, from
+    // its header alone: (0, 0, 0, 0) for bytes too short for a header.
+    static Bedrock::RectT<double> GetHeaderBounds(const unsigned char* bytes, unsigned long length);
     bool LoadSimple(BigEndianBuffer& in);
     bool LoadComposite(BigEndianBuffer& in);
     // Reads the flags and then the x and y values of `count` points at the

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <limits>
 #include <mutex>
+#include <string_view>
 #include <unordered_set>
+#include <utility>
 
 #include "base/Trace.h"
 #include "core/OTFont.h"
@@ -42,11 +44,45 @@ int ComponentDepth(const Glyf& glyph, std::vector<const Glyf*>& path, std::unord
     return deepest + 1;
 }
 
+// Marks each of the first `count` names that comes again later among them,
+// so that a map keyed by name keeps only the last glyph of each name. With
+// `madeUpNamesFollow`, false when a name starts like the names made up for
+// glyphs past the glyph order ("qrvautoglyph" and a number), which could
+// then replace it. An open-addressed table of indexes: glyph orders run to
+// 65536 names, and this runs once per table that is saved untouched.
+bool FindReplacedNames(const std::vector<Utf8String>& names, size_t count, bool madeUpNamesFollow,
+                       std::vector<bool>& replaced) {
+    constexpr std::string_view kMadeUpPrefix = "qrvautoglyph";
+    replaced.assign(count, false);
+    size_t capacity = 16;
+    while (capacity < 2 * count) capacity *= 2;
+    const size_t mask = capacity - 1;
+    std::vector<uint32_t> slots(capacity, 0);  // index + 1; 0 is free
+    for (size_t i = count; i-- > 0;) {
+        const Utf8String& name = names[i];
+        const std::string_view text = name.View();
+        if (madeUpNamesFollow && text.substr(0, kMadeUpPrefix.size()) == kMadeUpPrefix) return false;
+        for (size_t slot = name.GenerateHash() & mask;; slot = (slot + 1) & mask) {
+            if (slots[slot] == 0) {
+                slots[slot] = static_cast<uint32_t>(i + 1);
+                break;
+            }
+            if (names[slots[slot] - 1].View() == text) {
+                replaced[i] = true;
+                break;
+            }
+        }
+    }
+    return true;
+}
+
 }  // namespace
 
 OTglyfTable::OTglyfTable(Bedrock::NonCounted<OTFont> font) : OTTable(font, MakeTag("glyf")) {}
 
 OTglyfTable::OTglyfTable(const OTglyfTable& other) : Bedrock::Countable(other), OTTable(other), padding(other.padding) {
+    // The copy is parsed: its glyphs point at it, not at the original.
+    other.EnsureParsed();
     std::shared_lock lock(other.m_mutex);
     for (const auto& [name, glyph] : other.m_glyphs) {
         auto copy = glyph ? glyph->Clone() : nullptr;
@@ -91,40 +127,97 @@ bool OTglyfTable::Load(Bedrock::Counted<BigEndianBuffer> data) {
     const BigEndianBuffer& in = *Buffer();
     const std::vector<uint32_t>& offsets = loca->offsets;
     const size_t count = offsets.empty() ? 0 : std::min(offsets.size() - 1, kMaxGlyphs);
+
+    // Everything the parse needs that another table holds is taken now, so
+    // that the glyphs come out as they would have at Load however the font
+    // changes meanwhile: the metrics for the phantom points and the glyph
+    // order for the names of the glyphs and of their components.
+    PendingGlyphs pending;
     const MetricTables tables = GetMetricTables();
-    unsigned long nameless = 0;
-    uint32_t start = 0;
+    pending.fontMetrics = GetPhantomMetrics(tables, -1);
+    if (tables.hmtx) {
+        const auto& metrics = tables.hmtx->metrics;
+        pending.horizontal.resize(std::min(metrics.size(), count));
+        for (size_t i = 0; i < pending.horizontal.size(); ++i) {
+            pending.horizontal[i] = {metrics[i].advanceWidth, metrics[i].lsb};
+        }
+    }
+    if (tables.vmtx) {
+        const auto& metrics = tables.vmtx->metrics;
+        pending.vertical.resize(std::min(metrics.size(), count));
+        for (size_t i = 0; i < pending.vertical.size(); ++i) {
+            pending.vertical[i] = {metrics[i].advanceHeight, metrics[i].tsb};
+        }
+    }
+    if (count != 0) pending.names = font->GetGlyphNames();
+
+    // A glyph runs from where the previous one ended, not from its own
+    // offset: there are no gaps, and an offset below the previous end
+    // gives an empty glyph (the next one then starts from that offset). The
+    // glyphs before the first that ends past the table are kept.
+    size_t kept = 0;
     uint32_t end = 0;
-    for (size_t i = 0; i < count; ++i) {
-        Utf8String name;
-        if (!font->GetGlyphName(static_cast<unsigned short>(i), name)) {
-            name = Bedrock::FormatString("qrvautoglyph%1", i);
-            ++nameless;
-        }
-        end = offsets[i + 1];
-        if (in.GetLength() < end) {
-            Bedrock::Trace("OTglyfTable::Load: Not enough 'glyf' table data\n");
-            return false;
-        }
-        // A glyph runs from where the previous one ended, not from its own
-        // offset: there are no gaps, and an offset below the previous end
-        // gives an empty glyph (the next one then starts from that offset).
-        auto bytes = end > start ? in.Read(start, end - start) : Bedrock::MakeCounted<BigEndianBuffer>();
-        auto glyph = Bedrock::MakeCounted<Glyf>(this);
-        if (!glyph->Load(bytes)) {
-            Bedrock::Trace("OTglyfTable::Load: Failed to load Glyph %1 (%2) (%3 - %4)\n", name, i, start, end);
-        }
-        // A name that comes again replaces the earlier glyph.
-        m_glyphs[name] = glyph;
-        RefreshPhantoms(*glyph, static_cast<int>(i), tables);
-        start = end;
+    for (; kept < count; ++kept) {
+        end = offsets[kept + 1];
+        if (in.GetLength() < end) break;
+    }
+    if (kept != 0) pending.ends.assign(offsets.begin() + 1, offsets.begin() + 1 + static_cast<long>(kept));
+    pending.bytes = kept != 0 ? GetBuffer() : nullptr;
+    {
+        std::lock_guard lock(m_parseMutex);
+        m_pending = std::move(pending);
+        m_parsed.store(kept == 0, std::memory_order_release);
+    }
+    if (kept < count) {
+        Bedrock::Trace("OTglyfTable::Load: Not enough 'glyf' table data\n");
+        return false;
     }
     if (in.GetLength() >= uint64_t(end) + 4) {
         Bedrock::Trace("OTglyfTable::Load: Too much 'glyf' table data: expected %1, received %2 bytes\n", end,
                        in.GetLength());
     }
-    if (nameless != 0) Bedrock::Trace("OTglyfTable::Load: %1 glyphs have no name\n", nameless);
+    const size_t nameless = count > m_pending.names.size() ? count - m_pending.names.size() : 0;
+    if (nameless != 0)
+        Bedrock::Trace("OTglyfTable::Load: %1 glyphs have no name\n", static_cast<unsigned long>(nameless));
     return true;
+}
+
+void OTglyfTable::EnsureParsed() const {
+    if (m_parsed.load(std::memory_order_acquire)) return;
+    std::lock_guard lock(m_parseMutex);
+    if (m_parsed.load(std::memory_order_relaxed)) return;
+    // Completes the Load of this table: only the glyphs it owns change.
+    const_cast<OTglyfTable*>(this)->ParseGlyphs();
+    m_parsed.store(true, std::memory_order_release);
+}
+
+void OTglyfTable::ParseGlyphs() {
+    PendingGlyphs pending = std::move(m_pending);
+    m_pending = PendingGlyphs();
+    std::map<Utf8String, Bedrock::Counted<Glyf>> glyphs;
+    if (pending.bytes) {
+        const BigEndianBuffer& in = *pending.bytes;
+        PhantomMetrics metrics = pending.fontMetrics;
+        uint32_t start = 0;
+        for (size_t i = 0; i < pending.ends.size(); ++i) {
+            const Utf8String name =
+                i < pending.names.size() ? pending.names[i] : Bedrock::FormatString("qrvautoglyph%1", i);
+            const uint32_t end = pending.ends[i];
+            auto bytes = end > start ? in.Read(start, end - start) : Bedrock::MakeCounted<BigEndianBuffer>();
+            auto glyph = Bedrock::MakeCounted<Glyf>(this);
+            if (!glyph->Load(bytes, pending.names)) {
+                Bedrock::Trace("OTglyfTable::Load: Failed to load Glyph %1 (%2) (%3 - %4)\n", name, i, start, end);
+            }
+            // A name that comes again replaces the earlier glyph.
+            glyphs[name] = glyph;
+            metrics.horizontal = i < pending.horizontal.size() ? pending.horizontal[i] : SideMetric();
+            metrics.vertical = i < pending.vertical.size() ? pending.vertical[i] : SideMetric();
+            RefreshPhantoms(*glyph, metrics);
+            start = end;
+        }
+    }
+    std::unique_lock lock(m_mutex);
+    m_glyphs.swap(glyphs);
 }
 
 bool OTglyfTable::Save() {
@@ -133,6 +226,7 @@ bool OTglyfTable::Save() {
     if (!font) return false;
     const std::vector<Utf8String>& names = font->GetGlyphNames();
     if (names.empty()) return false;
+    EnsureParsed();
 
     // Components look their glyph index up by name; one table instead of a
     // search of the glyph order for each. The first of equal names wins, as
@@ -193,12 +287,13 @@ bool OTglyfTable::Save() {
         }
     }
 
-    // Kept as required: the glyphs are written from the buffer's current
-    // position, which is not rewound. A loaded table's buffer stands at 0.
+    // The glyphs replace the buffer's bytes from its start, wherever an
+    // earlier save left its position.
     const uint32_t total = offsets.back();
     BigEndianBuffer* out = Buffer();
     if (out) {
         out->Resize(total);
+        out->Seek(0);
     } else {
         SetBuffer(Bedrock::MakeCounted<BigEndianBuffer>(static_cast<unsigned long>(total), 4ul));
         out = Buffer();
@@ -264,6 +359,7 @@ void OTglyfTable::SetGlyphLimits(const std::vector<Bedrock::Counted<Glyf>>& glyp
 }
 
 Bedrock::Counted<Glyf> OTglyfTable::GetGlyph(const Utf8String& name) const {
+    EnsureParsed();
     std::shared_lock lock(m_mutex);
     const auto found = m_glyphs.find(name);
     return found != m_glyphs.end() ? found->second : nullptr;
@@ -282,6 +378,7 @@ bool OTglyfTable::GetGlyphIndex(const Utf8String& name, unsigned short& glyph) c
 
 bool OTglyfTable::SetGlyph(const Utf8String& name, Bedrock::Counted<Glyf> glyph) {
     if (!glyph) return false;
+    EnsureParsed();
     {
         // The entry exists already, so the map keeps its shape; the lock is
         // held only for the swap, so that a reader of the same name sees the
@@ -298,6 +395,7 @@ bool OTglyfTable::SetGlyph(const Utf8String& name, Bedrock::Counted<Glyf> glyph)
 }
 
 bool OTglyfTable::AddGlyph(const Utf8String& name) {
+    EnsureParsed();
     {
         std::unique_lock lock(m_mutex);
         if (m_glyphs.find(name) != m_glyphs.end()) return false;
@@ -308,37 +406,59 @@ bool OTglyfTable::AddGlyph(const Utf8String& name) {
     return true;
 }
 
-void OTglyfTable::RefreshPhantoms(Glyf& glyph, int glyphIndex, const MetricTables& tables) const {
+OTglyfTable::PhantomMetrics OTglyfTable::GetPhantomMetrics(const MetricTables& tables, int glyphIndex) {
+    PhantomMetrics metrics;
+    // An index outside 16 bits, or past the records, has zero metrics.
+    const bool indexFits = glyphIndex >= 0 && glyphIndex <= 0xFFFF;
+    const auto index = static_cast<unsigned short>(glyphIndex);
+    if (tables.hmtx) {
+        metrics.hasHmtx = true;
+        OThmtxTable::LongHorMetric metric;
+        if (indexFits) tables.hmtx->GetLongHorMetric(index, metric);
+        metrics.horizontal = {metric.advanceWidth, metric.lsb};
+    }
+    if (tables.vmtx) {
+        metrics.hasVmtx = true;
+        OTvmtxTable::LongVerMetric metric;
+        if (indexFits) tables.vmtx->GetLongVerMetric(index, metric);
+        metrics.vertical = {metric.advanceHeight, metric.tsb};
+    }
+    if (tables.head) {
+        metrics.hasHead = true;
+        metrics.unitsPerEm = tables.head->unitsPerEm;
+    }
+    if (tables.hhea) {
+        metrics.hasHhea = true;
+        metrics.ascender = tables.hhea->ascender;
+    }
+    return metrics;
+}
+
+void OTglyfTable::RefreshPhantoms(Glyf& glyph, const PhantomMetrics& metrics) {
     glyph.RefreshBounds();
     Bedrock::RectT<double> box;
-    if (GetFont()) {
-        const bool indexFits = glyphIndex >= 0 && glyphIndex <= 0xFFFF;
-        const auto index = static_cast<unsigned short>(glyphIndex);
-        if (tables.hmtx) {
-            OThmtxTable::LongHorMetric metric;
-            if (indexFits) tables.hmtx->GetLongHorMetric(index, metric);
-            box.left = glyph.bounds.left - metric.lsb;
-            box.right = box.left + metric.advanceWidth;
-        }
-        if (tables.vmtx) {
-            OTvmtxTable::LongVerMetric metric;
-            if (indexFits) tables.vmtx->GetLongVerMetric(index, metric);
-            box.top = glyph.bounds.top + metric.tsb;
-            box.bottom = box.top - metric.advanceHeight;
-        } else if (tables.head && tables.hhea) {
-            box.top = tables.hhea->ascender;
-            box.bottom = double(tables.hhea->ascender) - tables.head->unitsPerEm;
-        } else if (tables.head) {
-            box.top = tables.head->unitsPerEm;
-            box.bottom = 0.0;
-        }
+    if (metrics.hasHmtx) {
+        box.left = glyph.bounds.left - metrics.horizontal.bearing;
+        box.right = box.left + metrics.horizontal.advance;
+    }
+    if (metrics.hasVmtx) {
+        box.top = glyph.bounds.top + metrics.vertical.bearing;
+        box.bottom = box.top - metrics.vertical.advance;
+    } else if (metrics.hasHead && metrics.hasHhea) {
+        box.top = metrics.ascender;
+        box.bottom = double(metrics.ascender) - metrics.unitsPerEm;
+    } else if (metrics.hasHead) {
+        box.top = metrics.unitsPerEm;
+        box.bottom = 0.0;
     }
     glyph.phantoms = box;
 }
 
 bool OTglyfTable::RefreshPhantoms(Bedrock::Counted<Glyf> glyph, int glyphIndex) {
     if (!glyph) return true;
-    RefreshPhantoms(*glyph, glyphIndex, GetMetricTables());
+    // The glyph's bounds may need its components' glyphs.
+    EnsureParsed();
+    RefreshPhantoms(*glyph, GetPhantomMetrics(GetMetricTables(), glyphIndex));
     return true;
 }
 
@@ -366,6 +486,7 @@ void OTglyfTable::FindDependentGlyphs(std::vector<Utf8String>& keep, const Utf8S
 }
 
 bool OTglyfTable::Subset(const std::vector<Utf8String>& names) {
+    EnsureParsed();
     std::vector<Utf8String> keep;
     std::unordered_set<Utf8String> seen;
     for (const Utf8String& name : names) CollectDependents(keep, seen, name);
@@ -404,6 +525,7 @@ int OTglyfTable::MaxComponentDepth(const std::vector<Bedrock::Counted<Glyf>>& gl
 }
 
 std::vector<Bedrock::Counted<Glyf>> OTglyfTable::SnapshotGlyphs() const {
+    EnsureParsed();
     std::shared_lock lock(m_mutex);
     std::vector<Bedrock::Counted<Glyf>> glyphs;
     glyphs.reserve(m_glyphs.size());
@@ -419,6 +541,15 @@ Bedrock::RectT<double> OTglyfTable::GetBounds() const {
 }
 
 void OTglyfTable::RefreshBounds() const {
+    if (!m_parsed.load(std::memory_order_acquire)) {
+        std::lock_guard lock(m_parseMutex);
+        Bedrock::RectT<double> box;
+        if (!m_parsed.load(std::memory_order_relaxed) && GetHeaderBounds(box)) {
+            m_bounds = box;
+            m_boundsValid.store(true);
+            return;
+        }
+    }
     const double largest = std::numeric_limits<double>::max();
     const double lowest = std::numeric_limits<double>::lowest();
     Bedrock::RectT<double> box{largest, largest, lowest, lowest};
@@ -436,6 +567,39 @@ void OTglyfTable::RefreshBounds() const {
     m_boundsValid.store(true);
 }
 
+bool OTglyfTable::GetHeaderBounds(Bedrock::RectT<double>& box) const {
+    const PendingGlyphs& pending = m_pending;
+    const size_t count = pending.ends.size();
+    const size_t named = std::min(count, pending.names.size());
+    // Which glyphs the map will hold: of glyphs with equal names, the last.
+    // Glyphs past the glyph order get made-up names, all different; should
+    // a name of the order look like one of those, parsing settles it.
+    std::vector<bool> replaced;
+    if (!FindReplacedNames(pending.names, named, count > named, replaced)) return false;
+
+    const double largest = std::numeric_limits<double>::max();
+    const double lowest = std::numeric_limits<double>::lowest();
+    Bedrock::RectT<double> result{largest, largest, lowest, lowest};
+    const unsigned char* bytes = pending.bytes ? pending.bytes->GetBuffer() : nullptr;
+    const unsigned long length = pending.bytes ? pending.bytes->GetLength() : 0;
+    uint32_t start = 0;
+    for (size_t i = 0; i < count; ++i) {
+        const uint32_t end = pending.ends[i];
+        const uint32_t glyphStart = start;
+        start = end;
+        if (i < named && replaced[i]) continue;
+        if (end > glyphStart && (!bytes || end > length)) return false;
+        const Bedrock::RectT<double> glyphBox =
+            end > glyphStart ? Glyf::GetHeaderBounds(bytes + glyphStart, end - glyphStart) : Bedrock::RectT<double>();
+        result.left = std::min(result.left, glyphBox.left);
+        result.bottom = std::min(result.bottom, glyphBox.bottom);
+        result.right = std::max(result.right, glyphBox.right);
+        result.top = std::max(result.top, glyphBox.top);
+    }
+    box = result;
+    return true;
+}
+
 double OTglyfTable::GetAverageAdvanceWidth() const {
     // Kept as required: despite the name, the sum of the glyphs' xMax over
     // the number of glyphs whose xMax is not zero; not-a-number without them.
@@ -450,11 +614,13 @@ double OTglyfTable::GetAverageAdvanceWidth() const {
 }
 
 size_t OTglyfTable::GetGlyphCount() const {
+    EnsureParsed();
     std::shared_lock lock(m_mutex);
     return m_glyphs.size();
 }
 
 std::vector<Utf8String> OTglyfTable::GetGlyphNames() const {
+    EnsureParsed();
     std::shared_lock lock(m_mutex);
     std::vector<Utf8String> names;
     names.reserve(m_glyphs.size());

@@ -108,6 +108,9 @@ public:
     // The mean of the glyphs' xMax over the glyphs whose xMax is not zero.
     double GetAverageAdvanceWidth() const;
 
+    // Whether the glyphs have been parsed since Load (see above).
+    bool IsParsed() const { return m_parsed.load(std::memory_order_acquire); }
+
     size_t GetGlyphCount() const;
     // The names of the glyphs held, in the table's (name) order.
     std::vector<Utf8String> GetGlyphNames() const;
@@ -175,7 +178,7 @@ private:
     // Guards the parse and m_pending; m_parsed turns true (for good, until
     // the next Load) once m_glyphs holds the parsed glyphs.
     mutable std::mutex m_parseMutex;
-    std::atomic<bool> m_parsed{true};
+    mutable std::atomic<bool> m_parsed{true};
     PendingGlyphs m_pending;
     mutable Bedrock::RectT<double> m_bounds;
     mutable std::atomic<bool> m_boundsValid{false};

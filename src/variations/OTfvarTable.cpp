@@ -1,5 +1,6 @@
 #include "variations/OTfvarTable.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace Typeframe {
@@ -187,8 +188,13 @@ bool OTfvarTable::Save() {
     if (!IsDirty()) return true;
     // The header is written from the fields as they stand: nothing is
     // recomputed, so a caller that adds or removes records sets the counts.
-    const unsigned long size = axesArrayOffset + static_cast<unsigned long>(axisSize) * axisCount +
-                               static_cast<unsigned long>(instanceSize) * instanceCount;
+    // Room is made only for the records held: a table whose Load failed on
+    // hostile counts must not size gigabytes of zeros. Where the counts and
+    // the records agree, as in every table that loaded, this is the full size.
+    const unsigned long heldAxes = std::min<unsigned long>(axisCount, axes.size());
+    const unsigned long heldInstances = std::min<unsigned long>(instanceCount, instances.size());
+    const unsigned long size = axesArrayOffset + static_cast<unsigned long>(axisSize) * heldAxes +
+                               static_cast<unsigned long>(instanceSize) * heldInstances;
     BigEndianBuffer& out = ResetBuffer(size);
     out.SetU16(majorVersion);
     out.SetU16(minorVersion);
