@@ -4,6 +4,7 @@
 
 #include "core/OTFont.h"
 #include "core/Tag.h"
+#include "tables/LongMetrics.h"
 #include "tables/OThheaTable.h"
 #include "tables/OTmaxpTable.h"
 
@@ -27,20 +28,7 @@ bool OThmtxTable::Load(Bedrock::Counted<BigEndianBuffer> buffer) {
     // missing at the end read as zero.
     const unsigned numGlyphs = maxp->numGlyphs;
     const unsigned longCount = std::min<unsigned>(hhea->numberOfHMetrics, numGlyphs);
-    metrics.assign(numGlyphs, LongHorMetric{});
-    BigEndianBuffer& in = *Buffer();
-    in.Seek(0);
-    for (unsigned i = 0; i < longCount; ++i) {
-        in.GetU16(metrics[i].advanceWidth);
-        in.GetS16(metrics[i].lsb);
-    }
-    // The glyphs behind the long metrics share the last long advance; with
-    // numberOfHMetrics 0 there is none, and their advance is 0.
-    const uint16_t lastAdvance = longCount != 0 ? metrics[longCount - 1].advanceWidth : 0;
-    for (unsigned i = longCount; i < numGlyphs; ++i) {
-        metrics[i].advanceWidth = lastAdvance;
-        in.GetS16(metrics[i].lsb);
-    }
+    LongMetrics::Read(*Buffer(), longCount, numGlyphs, metrics, &LongHorMetric::advanceWidth, &LongHorMetric::lsb);
     SetIsDirty(false);
     return true;
 }
@@ -54,8 +42,7 @@ bool OThmtxTable::Save() {
 
     // The trailing run of advances equal to the last one is stored as
     // bearings only; its first member stays a long metric.
-    size_t longCount = metrics.size();
-    while (longCount > 1 && metrics[longCount - 1].advanceWidth == metrics[longCount - 2].advanceWidth) --longCount;
+    const size_t longCount = LongMetrics::CountLong(metrics, &LongHorMetric::advanceWidth);
 
     auto hhea = font->GetTableT<OThheaTable>();
     if (!hhea) return false;
@@ -65,11 +52,7 @@ bool OThmtxTable::Save() {
     }
 
     BigEndianBuffer& out = ResetBuffer(longCount * 4 + (metrics.size() - longCount) * 2);
-    for (size_t i = 0; i < longCount; ++i) {
-        out.SetU16(metrics[i].advanceWidth);
-        out.SetS16(metrics[i].lsb);
-    }
-    for (size_t i = longCount; i < metrics.size(); ++i) out.SetS16(metrics[i].lsb);
+    LongMetrics::Write(out, metrics, longCount, &LongHorMetric::advanceWidth, &LongHorMetric::lsb);
     SetIsDirty(false);
     return true;
 }

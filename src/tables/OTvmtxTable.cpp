@@ -4,6 +4,7 @@
 
 #include "core/OTFont.h"
 #include "core/Tag.h"
+#include "tables/LongMetrics.h"
 #include "tables/OTmaxpTable.h"
 #include "tables/OTvheaTable.h"
 
@@ -25,19 +26,7 @@ bool OTvmtxTable::Load(Bedrock::Counted<BigEndianBuffer> buffer) {
     // above numGlyphs reads only numGlyphs pairs, missing bytes read as zero.
     const unsigned numGlyphs = maxp->numGlyphs;
     const unsigned longCount = std::min<unsigned>(vhea->numOfLongVerMetrics, numGlyphs);
-    metrics.assign(numGlyphs, LongVerMetric{});
-    BigEndianBuffer& in = *Buffer();
-    in.Seek(0);
-    for (unsigned i = 0; i < longCount; ++i) {
-        in.GetU16(metrics[i].advanceHeight);
-        in.GetS16(metrics[i].tsb);
-    }
-    // The glyphs behind the long metrics share the last long advance, or 0.
-    const uint16_t lastAdvance = longCount != 0 ? metrics[longCount - 1].advanceHeight : 0;
-    for (unsigned i = longCount; i < numGlyphs; ++i) {
-        metrics[i].advanceHeight = lastAdvance;
-        in.GetS16(metrics[i].tsb);
-    }
+    LongMetrics::Read(*Buffer(), longCount, numGlyphs, metrics, &LongVerMetric::advanceHeight, &LongVerMetric::tsb);
     SetIsDirty(false);
     return true;
 }
@@ -50,8 +39,7 @@ bool OTvmtxTable::Save() {
     if (metrics.empty() || metrics.size() != maxp->numGlyphs) return false;
 
     // The trailing run of equal advances, its first member kept long.
-    size_t longCount = metrics.size();
-    while (longCount > 1 && metrics[longCount - 1].advanceHeight == metrics[longCount - 2].advanceHeight) --longCount;
+    const size_t longCount = LongMetrics::CountLong(metrics, &LongVerMetric::advanceHeight);
 
     auto vhea = font->GetTableT<OTvheaTable>();
     if (!vhea) return false;
@@ -61,11 +49,7 @@ bool OTvmtxTable::Save() {
     }
 
     BigEndianBuffer& out = ResetBuffer(longCount * 4 + (metrics.size() - longCount) * 2);
-    for (size_t i = 0; i < longCount; ++i) {
-        out.SetU16(metrics[i].advanceHeight);
-        out.SetS16(metrics[i].tsb);
-    }
-    for (size_t i = longCount; i < metrics.size(); ++i) out.SetS16(metrics[i].tsb);
+    LongMetrics::Write(out, metrics, longCount, &LongVerMetric::advanceHeight, &LongVerMetric::tsb);
     SetIsDirty(false);
     return true;
 }
