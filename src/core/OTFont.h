@@ -90,7 +90,8 @@ private:
 template <class T>
 Bedrock::Counted<T> OTFont::GetTableT() const {
     for (const auto& table : m_tables) {
-        if (typeid(*table) != typeid(T)) continue;
+        const OTTable& candidate = *table;
+        if (typeid(candidate) != typeid(T)) continue;
         if (table->IsLoaded() || table->IsDirty() || (m_offsetTable && LoadTable(table))) {
             return Bedrock::Counted<T>(static_cast<T*>(table.Get()));
         }

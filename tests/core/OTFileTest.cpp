@@ -296,7 +296,8 @@ TEST(OTFont, TableClassesComeFromTheFactory) {
     EXPECT_TRUE(dynamic_cast<OTheadTable*>(manager.CreateTable(font, MakeTag("head")).Get()));
     EXPECT_TRUE(dynamic_cast<OTmaxpTable*>(manager.CreateTable(font, MakeTag("maxp")).Get()));
     auto plain = manager.CreateTable(font, MakeTag("kern"));
-    EXPECT_EQ(typeid(*plain), typeid(OTTable));
+    const OTTable& plainTable = *plain;
+    EXPECT_EQ(typeid(plainTable), typeid(OTTable));
     EXPECT_FALSE(plain->IsLoaded());
 
     // A table made in memory is found by class once it is dirty.
