@@ -326,25 +326,30 @@ bool Glyf::Save(bool refreshBounds) {
     return true;
 }
 
+// Assembles the instructions and writes their length and bytes; on failure
+// the output goes back to `start`, where the glyph's body began.
+bool Glyf::WriteInstructions(BigEndianBuffer& out, unsigned long start) {
+    if (!instructions->Save()) {
+        out.Resize(start);
+        return false;
+    }
+    const auto& code = instructions->buffer;
+    const unsigned long length = code ? code->GetLength() : 0;
+    if (length > 0xFFFF) {
+        out.Resize(start);
+        return false;
+    }
+    out.SetU16(static_cast<uint16_t>(length));
+    if (length != 0) out.Write(length, code->GetBuffer());
+    return true;
+}
+
 bool Glyf::SaveSimple(BigEndianBuffer& out) {
     const unsigned long start = out.GetLength();
     for (uint16_t end : endPtsOfContours) out.SetU16(end);
     // A glyph made without instructions has no length word at all; every
     // loaded simple glyph has a compiler, if only an empty one.
-    if (instructions) {
-        if (!instructions->Save()) {
-            out.Resize(start);
-            return false;
-        }
-        const auto& code = instructions->buffer;
-        const unsigned long length = code ? code->GetLength() : 0;
-        if (length > 0xFFFF) {
-            out.Resize(start);
-            return false;
-        }
-        out.SetU16(static_cast<uint16_t>(length));
-        if (length != 0) out.Write(length, code->GetBuffer());
-    }
+    if (instructions && !WriteInstructions(out, start)) return false;
     std::vector<Bedrock::PointT<int16_t>> deltas;
     AbsoluteToRelative(coordinates, deltas);
     CompileDeltasGreedy(flags, deltas, out);
@@ -365,21 +370,7 @@ bool Glyf::SaveComposite(BigEndianBuffer& out) {
         out.Write(Bedrock::Counted<const BigEndianBuffer>(component->GetBuffer()));
         lastHasInstructions = haveInstructions;
     }
-    if (lastHasInstructions) {
-        if (!instructions->Save()) {
-            out.Resize(start);
-            return false;
-        }
-        const auto& code = instructions->buffer;
-        const unsigned long length = code ? code->GetLength() : 0;
-        if (length > 0xFFFF) {
-            out.Resize(start);
-            return false;
-        }
-        out.SetU16(static_cast<uint16_t>(length));
-        if (length != 0) out.Write(length, code->GetBuffer());
-    }
-    return true;
+    return !lastHasInstructions || WriteInstructions(out, start);
 }
 
 void Glyf::RefreshBounds() const {

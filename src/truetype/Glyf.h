@@ -136,6 +136,8 @@ public:
     Bedrock::Counted<BigEndianBuffer> buffer;
 
 private:
+    bool WriteInstructions(BigEndianBuffer& out, unsigned long start);
+
     // The state of one walk through composite references: the glyphs on the
     // current path (a glyph met again is a cycle and adds nothing) and what
     // the walk has used up.

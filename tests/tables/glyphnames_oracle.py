@@ -48,6 +48,8 @@ import struct
 import subprocess
 import sys
 import tempfile
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), os.pardir))
+from oracle_support import ots_accepts as ots_accepts_font  # noqa: E402
 
 try:
     from fontTools import agl
@@ -195,17 +197,10 @@ def raw_tables(path, index, collection):
 
 
 def ots_accepts(path, index=None):
+    """None when ots-sanitize is not installed."""
     if not shutil.which("ots-sanitize"):
         return None
-    command = ["ots-sanitize", path]
-    if index is not None:
-        command += [os.devnull, str(index)]
-    try:
-        result = subprocess.run(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=120)
-    except subprocess.TimeoutExpired:
-        return False
-    return result.returncode == 0
-
+    return ots_accepts_font(path, index, timeout=120)
 
 def post_values(path, index):
     font = TTFont(path, fontNumber=index if index is not None else -1, lazy=True)

@@ -41,6 +41,8 @@ import struct
 import subprocess
 import sys
 import tempfile
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), os.pardir))
+from oracle_support import collect_fonts, ots_accepts  # noqa: E402
 
 SKIP = 77
 FONT_SUFFIXES = (".ttf", ".otf")
@@ -63,15 +65,6 @@ def status_problems(label, status, stdout, stderr, lines=1):
     if lines is not None and len(stdout.splitlines()) != lines:
         problems.append("%s: %d lines on stdout, expected %d" % (label, len(stdout.splitlines()), lines))
     return problems
-
-
-def ots_accepts(path):
-    try:
-        result = subprocess.run(["ots-sanitize", path], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-                                timeout=300)
-    except subprocess.TimeoutExpired:
-        return False
-    return result.returncode == 0
 
 
 def decompilable_tables(path):
@@ -354,17 +347,10 @@ def collect(paths):
     from fontTools.ttLib import TTFont
     found = []
     for path in paths:
-        if os.path.isfile(path):
-            candidates = [path]
-        elif os.path.isdir(path):
-            candidates = []
-            for root, dirs, files in os.walk(path):
-                dirs.sort()
-                candidates += [os.path.join(root, f) for f in sorted(files) if f.lower().endswith(FONT_SUFFIXES)]
-        else:
+        if not os.path.exists(path):
             print("note: %s does not exist, passed over" % path)
             continue
-        for candidate in candidates:
+        for candidate in collect_fonts([path], FONT_SUFFIXES):
             try:
                 if "fvar" in TTFont(candidate, lazy=True):
                     found.append(candidate)

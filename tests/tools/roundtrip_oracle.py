@@ -35,13 +35,14 @@ import struct
 import subprocess
 import sys
 import tempfile
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), os.pardir))
+from oracle_support import collect_fonts, ots_accepts  # noqa: E402
 
 SKIP = 77
 SFNT_VERSIONS = (0x00010000, 0x4F54544F, 0x74727565, 0x74797031)  # 1.0, OTTO, true, typ1
 TTCF = 0x74746366
 CHECKSUM_MAGIC = 0xB1B0AFBA
 SECONDS_1904_TO_1970 = 2082844800
-FONT_SUFFIXES = (".ttf", ".otf", ".ttc")
 
 # Byte ranges that saving may change, per table: [start, end).
 HEAD_ADJUSTMENT = (8, 12)
@@ -218,17 +219,6 @@ def check_file_structure(out, version):
     return problems, tables
 
 
-def ots_accepts(path, index=None):
-    command = ["ots-sanitize", path]
-    if index is not None:
-        command += [os.devnull, str(index)]
-    try:
-        result = subprocess.run(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=120)
-    except subprocess.TimeoutExpired:
-        return False
-    return result.returncode == 0
-
-
 def decompilable_tables(path, index):
     """Tags of the tables fontTools decompiles without error, or None when it
     can't open the font at all."""
@@ -385,18 +375,6 @@ def check_font(tool, path, index, offset, ots):
         shutil.rmtree(workdir, ignore_errors=True)
 
 
-def collect(paths):
-    fonts = []
-    for path in paths:
-        if os.path.isfile(path):
-            fonts.append(path)
-        elif os.path.isdir(path):
-            for root, dirs, files in os.walk(path):
-                dirs.sort()
-                fonts += [os.path.join(root, f) for f in sorted(files) if f.lower().endswith(FONT_SUFFIXES)]
-    return fonts
-
-
 def main():
     parser = argparse.ArgumentParser(description=__doc__.split("\n\n")[0])
     parser.add_argument("tool")
@@ -421,7 +399,7 @@ def main():
     if not ots:
         print("note: ots-sanitize not found, its check is left out")
 
-    files = collect(args.paths)
+    files = collect_fonts(args.paths)
     failures = []
     for required in args.require:
         if not any(os.path.basename(f) == required for f in files):

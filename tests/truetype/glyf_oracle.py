@@ -42,9 +42,10 @@ import shutil
 import subprocess
 import sys
 import tempfile
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), os.pardir))
+from oracle_support import collect_fonts, ots_accepts  # noqa: E402
 
 SKIP = 77
-FONT_SUFFIXES = (".ttf", ".otf", ".ttc")
 REBUILD = ("glyf", "loca", "hmtx", "vmtx", "cvt ", "fpgm", "prep", "maxp", "head", "hhea")
 # The point flags the library keeps: on-curve and overlap (the high bit is
 # kept too, but fontTools may drop it).
@@ -63,17 +64,6 @@ def font_indexes(path):
 def open_font(path, index):
     from fontTools.ttLib import TTFont
     return TTFont(path, fontNumber=index if index is not None else -1, lazy=True)
-
-
-def ots_accepts(path, index=None):
-    command = ["ots-sanitize", path]
-    if index is not None:
-        command += [os.devnull, str(index)]
-    try:
-        result = subprocess.run(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=300)
-    except subprocess.TimeoutExpired:
-        return False
-    return result.returncode == 0
 
 
 def bytecode(glyph):
@@ -263,18 +253,6 @@ def check_font(tool, path, index, ots):
         shutil.rmtree(workdir, ignore_errors=True)
 
 
-def collect(paths):
-    fonts = []
-    for path in paths:
-        if os.path.isfile(path):
-            fonts.append(path)
-        elif os.path.isdir(path):
-            for root, dirs, files in os.walk(path):
-                dirs.sort()
-                fonts += [os.path.join(root, f) for f in sorted(files) if f.lower().endswith(FONT_SUFFIXES)]
-    return fonts
-
-
 def main():
     parser = argparse.ArgumentParser(description=__doc__.split("\n\n")[0])
     parser.add_argument("tool")
@@ -297,7 +275,7 @@ def main():
     if not ots:
         print("note: ots-sanitize not found, its check is left out")
 
-    jobs = [(path, index) for path in collect(args.paths) for index in font_indexes(path)]
+    jobs = [(path, index) for path in collect_fonts(args.paths) for index in font_indexes(path)]
     totals = {"glyphs": 0, "points": 0, "composites": 0, "components": 0, "anchored": 0}
     counts = {"ok": 0, "skip": 0, "FAIL": 0, "no-glyf": 0}
     with concurrent.futures.ProcessPoolExecutor(max_workers=max(1, args.jobs)) as pool:
