@@ -69,10 +69,15 @@ set(TYPEFRAME_VARIATIONS_SOURCES
   variations/OTMVARTable.cpp
   variations/OTVVARTable.cpp
   variations/OTavarTable.cpp
+  variations/OTcvarTable.cpp
   variations/OTfvarTable.cpp
+  variations/OTgvarTable.cpp
+  variations/TupleVariation.cpp
+  variations/TupleVariationStore.cpp
 )
 
 set(TYPEFRAME_INSTANCER_SOURCES
+  instancer/ApplyGlyphVariations.cpp
   instancer/ApplyMetricVariations.cpp
   instancer/FontInstancer.cpp
 )

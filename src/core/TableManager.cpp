@@ -23,7 +23,9 @@
 #include "variations/OTMVARTable.h"
 #include "variations/OTVVARTable.h"
 #include "variations/OTavarTable.h"
+#include "variations/OTcvarTable.h"
 #include "variations/OTfvarTable.h"
+#include "variations/OTgvarTable.h"
 
 namespace Typeframe {
 
@@ -41,6 +43,8 @@ Bedrock::Counted<OTTable> TableManager::CreateTable(Bedrock::NonCounted<OTFont> 
         case MakeTag("HVAR"): return Bedrock::MakeCounted<OTHVARTable>(font);
         case MakeTag("VVAR"): return Bedrock::MakeCounted<OTVVARTable>(font);
         case MakeTag("MVAR"): return Bedrock::MakeCounted<OTMVARTable>(font);
+        case MakeTag("gvar"): return Bedrock::MakeCounted<OTgvarTable>(font);
+        case MakeTag("cvar"): return Bedrock::MakeCounted<OTcvarTable>(font);
         case MakeTag("hmtx"): return Bedrock::MakeCounted<OThmtxTable>(font);
         case MakeTag("vmtx"): return Bedrock::MakeCounted<OTvmtxTable>(font);
         case MakeTag("VORG"): return Bedrock::MakeCounted<OTVORGTable>(font);

@@ -8,6 +8,7 @@
 #include "base/Format.h"
 #include "base/IDTag.h"
 #include "base/ToString.h"
+#include "instancer/ApplyGlyphVariations.h"
 #include "instancer/ApplyMetricVariations.h"
 #include "tables/OTnameTable.h"
 #include "variations/OTMVARTable.h"
@@ -133,6 +134,8 @@ bool FontInstancer::MakeInstance(std::vector<double> location) {
     // decide advances) after them, names once fvar and STAT have been used,
     // and the variation tables removed last.
     ApplyMVAR(m_font, coordinates);
+    ApplyGVar(m_font, coordinates);
+    ApplyCVar(m_font, coordinates);
     const Utf8String name = MakePostScriptName(m_font, location);
     if (name.IsEmpty()) return false;
     ApplyName(m_font, name, location);
