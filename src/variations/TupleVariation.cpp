@@ -6,6 +6,15 @@ namespace Typeframe {
 
 namespace {
 
+// A 2.14 value read at the position; false when the bytes end (the buffer's
+// own 2.14 read repeats the last field there instead).
+bool ReadF2Dot14(BigEndianBuffer& in, Fixed2_14& value) {
+    int16_t raw = 0;
+    if (!in.GetS16(raw)) return false;
+    value = Fixed2_14::FromRaw(raw);
+    return true;
+}
+
 bool IndexBelow(const TupleVariation::PointDelta& delta, unsigned long index) { return delta.index < index; }
 
 }  // namespace
@@ -37,7 +46,7 @@ bool TupleVariation::Load(Bedrock::Counted<BigEndianBuffer> header, Bedrock::Cou
     std::vector<Fixed2_14> peak(axisCount);
     if (tupleIndex & 0x8000) {
         for (auto& value : peak) {
-            if (!header->GetFixed2_14(value)) return false;
+            if (!ReadF2Dot14(*header, value)) return false;
         }
     } else {
         const unsigned index = tupleIndex & 0x0FFF;
@@ -52,10 +61,10 @@ bool TupleVariation::Load(Bedrock::Counted<BigEndianBuffer> header, Bedrock::Cou
     std::vector<Fixed2_14> ends(axisCount);
     if (tupleIndex & 0x4000) {
         for (auto& value : starts) {
-            if (!header->GetFixed2_14(value)) return false;
+            if (!ReadF2Dot14(*header, value)) return false;
         }
         for (auto& value : ends) {
-            if (!header->GetFixed2_14(value)) return false;
+            if (!ReadF2Dot14(*header, value)) return false;
         }
     } else {
         const Fixed2_14 zero;
