@@ -89,6 +89,7 @@ OTglyfTable::OTglyfTable(const OTglyfTable& other) : Bedrock::Countable(other), 
         if (copy) copy->SetTable(this);
         m_glyphs.emplace_hint(m_glyphs.end(), name, std::move(copy));
     }
+    RebuildIndex();
     m_bounds = other.m_bounds;
     m_boundsValid.store(other.m_boundsValid.load());
     m_glyphsChanged.store(other.m_glyphsChanged.load());
@@ -123,6 +124,7 @@ bool OTglyfTable::Load(Bedrock::Counted<BigEndianBuffer> data) {
     if (!loca) return false;
 
     m_glyphs.clear();
+    m_index.clear();
     InvalidateBounds();
     const BigEndianBuffer& in = *Buffer();
     const std::vector<uint32_t>& offsets = loca->offsets;
@@ -218,6 +220,13 @@ void OTglyfTable::ParseGlyphs() {
     }
     std::unique_lock lock(m_mutex);
     m_glyphs.swap(glyphs);
+    RebuildIndex();
+}
+
+void OTglyfTable::RebuildIndex() {
+    m_index.clear();
+    m_index.reserve(m_glyphs.size());
+    for (auto& [name, glyph] : m_glyphs) m_index.emplace(name, &glyph);
 }
 
 bool OTglyfTable::Save() {
@@ -361,8 +370,8 @@ void OTglyfTable::SetGlyphLimits(const std::vector<Bedrock::Counted<Glyf>>& glyp
 Bedrock::Counted<Glyf> OTglyfTable::GetGlyph(const Utf8String& name) const {
     EnsureParsed();
     std::shared_lock lock(m_mutex);
-    const auto found = m_glyphs.find(name);
-    return found != m_glyphs.end() ? found->second : nullptr;
+    const auto found = m_index.find(name);
+    return found != m_index.end() ? *found->second : nullptr;
 }
 
 bool OTglyfTable::GetGlyphIndex(const Utf8String& name, unsigned short& glyph) const {
@@ -384,10 +393,10 @@ bool OTglyfTable::SetGlyph(const Utf8String& name, Bedrock::Counted<Glyf> glyph)
         // held only for the swap, so that a reader of the same name sees the
         // old glyph or the new one. The old one is released after it.
         std::unique_lock lock(m_mutex);
-        const auto found = m_glyphs.find(name);
-        if (found == m_glyphs.end()) return false;
+        const auto found = m_index.find(name);
+        if (found == m_index.end()) return false;
         glyph->SetTable(this);
-        found->second.Swap(glyph);
+        found->second->Swap(glyph);
     }
     m_glyphsChanged.store(true);
     InvalidateBounds();
@@ -398,8 +407,9 @@ bool OTglyfTable::AddGlyph(const Utf8String& name) {
     EnsureParsed();
     {
         std::unique_lock lock(m_mutex);
-        if (m_glyphs.find(name) != m_glyphs.end()) return false;
-        m_glyphs.emplace(name, Bedrock::MakeCounted<Glyf>(this));
+        if (m_index.find(name) != m_index.end()) return false;
+        auto added = m_glyphs.emplace(name, Bedrock::MakeCounted<Glyf>(this)).first;
+        m_index.emplace(name, &added->second);
     }
     m_glyphsChanged.store(true);
     InvalidateBounds();

@@ -173,8 +173,16 @@ private:
     void CollectDependents(std::vector<Utf8String>& keep, std::unordered_set<Utf8String>& seen,
                            const Utf8String& name) const;
 
+    // Rebuilds m_index from m_glyphs; the caller holds the lock or owns the
+    // table alone.
+    void RebuildIndex();
+
     mutable std::shared_mutex m_mutex;
     std::map<Utf8String, Bedrock::Counted<Glyf>> m_glyphs;
+    // The entries of m_glyphs by name, hashed: lookups by name are the
+    // commonest operation (every component reference goes through one), and
+    // a map's nodes stay where they are while it grows.
+    std::unordered_map<Utf8String, Bedrock::Counted<Glyf>*> m_index;
     // Guards the parse and m_pending; m_parsed turns true (for good, until
     // the next Load) once m_glyphs holds the parsed glyphs.
     mutable std::mutex m_parseMutex;
