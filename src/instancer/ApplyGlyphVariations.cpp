@@ -79,73 +79,168 @@ double GetCvtTupleScalar(const TupleVariation& tuple, const std::vector<Fixed2_1
     return TupleScalar(tuple, coordinates, quotient);
 }
 
-bool ApplyGVarCoords(int start, const std::vector<Bedrock::PointT<double>>& points,
-                     std::vector<Bedrock::PointT<double>>& out, Bedrock::Counted<TupleVariationStore> store,
-                     const std::vector<Fixed2_14>& coordinates) {
-    out.reserve(out.size() + points.size());
-    // Per point, the tuples' deltas are summed in tuple order before they
-    // are added to the point. A tuple with a zero scalar adds nothing.
-    thread_local std::vector<Bedrock::PointT<double>> sums;
-    sums.assign(points.size(), Bedrock::PointT<double>());
-    if (store && start >= 0) {
-        for (const auto& tuple : store->GetVariations()) {
-            if (!tuple) continue;
-            const double scalar = GetGlyphTupleScalar(*tuple, coordinates);
-            if (scalar == 0.0) continue;
-            tuple->AddContourDeltas(static_cast<unsigned long>(start), points, scalar, sums);
-        }
-    }
-    for (size_t p = 0; p < points.size(); ++p) out.push_back({points[p].x + sums[p].x, points[p].y + sums[p].y});
-    return true;
-}
-
 namespace {
 
-// Moves the four phantom points, each alone as a one-point contour, so that
-// one moves only by a delta of its own point number, and sets the result's
-// metric box from them.
-void ApplyGVarPhantoms(const Glyf& source, Glyf& result, unsigned long firstPhantom,
-                       const Bedrock::Counted<TupleVariationStore>& store, const std::vector<Fixed2_14>& coordinates) {
-    const Bedrock::RectT<double> box = source.GetPhantoms();
-    const Bedrock::PointT<double> phantoms[4] = {{box.left, 0.0}, {box.right, 0.0}, {0.0, box.top}, {0.0, box.bottom}};
-    Bedrock::PointT<double> moved[4];
-    std::vector<Bedrock::PointT<double>> one(1);
-    std::vector<Bedrock::PointT<double>> out;
-    for (int k = 0; k < 4; ++k) {
-        one[0] = phantoms[k];
-        out.clear();
-        ApplyGVarCoords(static_cast<int>(firstPhantom + k), one, out, store, coordinates);
-        moved[k] = out[0];
+using Point = Bedrock::PointT<double>;
+
+// A run of a glyph's points within which deltas are inferred: a contour, or
+// a point alone (a phantom point, a component offset). `first` is the point
+// number of its first point, `offset` its place in the list of points.
+struct Segment {
+    unsigned long first = 0;
+    unsigned long offset = 0;
+    unsigned long count = 0;
+};
+
+// Moves `points`, taken as `segments`, by the store's tuples at the location:
+// per point, the tuples' scaled deltas (own or inferred within its segment)
+// are summed in tuple order and then added. A tuple with a zero scalar adds
+// nothing and is passed over. Nothing is rounded.
+void MoveSegments(const std::vector<Point>& points, const std::vector<Segment>& segments,
+                  const TupleVariationStore* store, const std::vector<Fixed2_14>& coordinates,
+                  std::vector<Point>& out) {
+    // Scratch space reused from glyph to glyph on each thread.
+    thread_local std::vector<double> scalars;
+    thread_local std::vector<Point> sums;
+    thread_local std::vector<long> segmentOf;
+    thread_local std::vector<unsigned long> bucketEnds;
+    thread_local std::vector<TupleVariation::PointDelta> bucketed;
+    thread_local std::vector<Point> segmentPoints;
+    thread_local std::vector<Point> segmentSums;
+
+    const size_t n = points.size();
+    sums.assign(n, Point());
+    const auto& tuples = store ? store->GetVariations() : std::vector<Bedrock::Counted<TupleVariation>>();
+    scalars.assign(tuples.size(), 0.0);
+    bool anyTuple = false;
+    for (size_t t = 0; t < tuples.size(); ++t) {
+        if (tuples[t]) scalars[t] = GetGlyphTupleScalar(*tuples[t], coordinates);
+        anyTuple = anyTuple || scalars[t] != 0.0;
     }
-    // Only the coordinate that carries the metric survives of each.
-    result.SetPhantoms({moved[0].x, moved[3].y, moved[1].x, moved[2].y});
+
+    // Segments that follow each other with point numbers in step with their
+    // places (every real glyph) are served by one pass over each tuple's
+    // deltas, sorted into the segments in their order; anything else goes
+    // segment by segment.
+    bool inStep = !segments.empty();
+    const unsigned long base = inStep && segments[0].first >= segments[0].offset
+                                   ? segments[0].first - segments[0].offset
+                                   : (inStep = false, 0);
+    unsigned long next = 0;
+    for (const auto& segment : segments) {
+        inStep = inStep && segment.offset == next && segment.first == base + segment.offset;
+        next = segment.offset + segment.count;
+    }
+    inStep = inStep && next == n;
+
+    if (anyTuple && inStep) {
+        segmentOf.assign(n, 0);
+        for (size_t s = 0; s < segments.size(); ++s) {
+            for (unsigned long p = 0; p < segments[s].count; ++p) segmentOf[segments[s].offset + p] = long(s);
+        }
+        for (size_t t = 0; t < tuples.size(); ++t) {
+            if (scalars[t] == 0.0) continue;
+            const auto& deltas = tuples[t]->GetPointDeltas();
+            bucketEnds.assign(segments.size() + 1, 0);
+            for (const auto& delta : deltas) {
+                if (delta.index >= base && delta.index - base < n) ++bucketEnds[segmentOf[delta.index - base] + 1];
+            }
+            for (size_t s = 0; s < segments.size(); ++s) bucketEnds[s + 1] += bucketEnds[s];
+            bucketed.resize(bucketEnds.back());
+            for (const auto& delta : deltas) {
+                if (delta.index >= base && delta.index - base < n) {
+                    bucketed[bucketEnds[segmentOf[delta.index - base]]++] = delta;
+                }
+            }
+            // bucketEnds[s] now holds the end of segment s's deltas.
+            unsigned long begin = 0;
+            for (size_t s = 0; s < segments.size(); ++s) {
+                const unsigned long end = bucketEnds[s];
+                if (end > begin) {
+                    const Segment& segment = segments[s];
+                    TupleVariation::AddContourDeltas(bucketed.data() + begin, end - begin, segment.first,
+                                                     points.data() + segment.offset, segment.count, scalars[t],
+                                                     sums.data() + segment.offset);
+                }
+                begin = end;
+            }
+        }
+    } else if (anyTuple) {
+        for (const auto& segment : segments) {
+            if (segment.offset > n || segment.count > n - segment.offset) continue;
+            segmentPoints.assign(points.begin() + long(segment.offset),
+                                 points.begin() + long(segment.offset + segment.count));
+            segmentSums.assign(segment.count, Point());
+            for (size_t t = 0; t < tuples.size(); ++t) {
+                if (scalars[t] != 0.0)
+                    tuples[t]->AddContourDeltas(segment.first, segmentPoints, scalars[t], segmentSums);
+            }
+            for (unsigned long p = 0; p < segment.count; ++p) {
+                sums[segment.offset + p].x += segmentSums[p].x;
+                sums[segment.offset + p].y += segmentSums[p].y;
+            }
+        }
+    }
+    out.resize(n);
+    for (size_t p = 0; p < n; ++p) out[p] = {points[p].x + sums[p].x, points[p].y + sums[p].y};
+}
+
+// The four phantom points as points: left and right on the baseline, top
+// and bottom on the vertical axis.
+void AppendPhantoms(const Glyf& glyph, std::vector<Point>& points, std::vector<Segment>& segments) {
+    const Bedrock::RectT<double> box = glyph.GetPhantoms();
+    for (const Point& phantom :
+         {Point{box.left, 0.0}, Point{box.right, 0.0}, Point{0.0, box.top}, Point{0.0, box.bottom}}) {
+        // Each alone, so that a phantom moves only by a delta of its own
+        // point number, never by inference.
+        segments.push_back({points.size(), points.size(), 1});
+        points.push_back(phantom);
+    }
+}
+
+// Only the coordinate that carries the metric survives of each phantom.
+void SetPhantoms(Glyf& glyph, const Point* moved) {
+    glyph.SetPhantoms({moved[0].x, moved[3].y, moved[1].x, moved[2].y});
 }
 
 }  // namespace
+
+bool ApplyGVarCoords(int start, const std::vector<Bedrock::PointT<double>>& points,
+                     std::vector<Bedrock::PointT<double>>& out, Bedrock::Counted<TupleVariationStore> store,
+                     const std::vector<Fixed2_14>& coordinates) {
+    std::vector<Point> moved;
+    const std::vector<Segment> segments{{static_cast<unsigned long>(std::max(start, 0)), 0, points.size()}};
+    // A negative start numbers no point that a delta can name.
+    MoveSegments(points, segments, start >= 0 ? store.Get() : nullptr, coordinates, moved);
+    out.insert(out.end(), moved.begin(), moved.end());
+    return true;
+}
 
 Bedrock::Counted<Glyf> ApplyGVarSimple(Bedrock::Counted<const Glyf> glyph, Bedrock::Counted<TupleVariationStore> store,
                                        const std::vector<Fixed2_14>& coordinates) {
     if (!glyph) return nullptr;
     auto result = glyph->Clone();
-    std::vector<Bedrock::PointT<double>> moved;
+    std::vector<Point> points;
     std::vector<unsigned char> flags;
-    moved.reserve(glyph->coordinates.size());
+    std::vector<Segment> segments;
+    points.reserve(glyph->coordinates.size() + 4);
     flags.reserve(glyph->coordinates.size());
-    std::vector<Bedrock::PointT<double>> contour;
-    std::vector<unsigned char> contourFlags;
     for (size_t i = 0; i < glyph->endPtsOfContours.size(); ++i) {
-        contour.clear();
-        contourFlags.clear();
         unsigned long first = 0;
-        if (!glyph->GetContour(static_cast<int>(i), first, contour, contourFlags)) continue;
-        ApplyGVarCoords(static_cast<int>(first), contour, moved, store, coordinates);
-        flags.insert(flags.end(), contourFlags.begin(), contourFlags.end());
+        const unsigned long offset = points.size();
+        if (!glyph->GetContour(static_cast<int>(i), first, points, flags)) continue;
+        segments.push_back({first, offset, points.size() - offset});
     }
+    const unsigned long outlineCount = points.size();
+    AppendPhantoms(*glyph, points, segments);
+
+    std::vector<Point> moved;
+    MoveSegments(points, segments, store.Get(), coordinates, moved);
+    SetPhantoms(*result, moved.data() + outlineCount);
+    moved.resize(outlineCount);
     // An instance's contours may overlap whatever the default's did.
     if (!flags.empty()) flags[0] |= Glyf::OVERLAP_SIMPLE;
-    const unsigned long firstPhantom = moved.size();
     result->SetCoordinates(moved, flags);
-    ApplyGVarPhantoms(*glyph, *result, firstPhantom, store, coordinates);
     return result;
 }
 
@@ -160,15 +255,20 @@ Bedrock::Counted<Glyf> ApplyGVarComposite(Bedrock::Counted<const Glyf> glyph,
     auto byOffset = [](const GlyfComponent& component) {
         return (component.flags & GlyfComponent::ARGS_ARE_XY_VALUES) != 0;
     };
-    std::vector<Bedrock::PointT<double>> moved;
+    std::vector<Point> points;
+    std::vector<Segment> segments;
     std::vector<uint16_t> flags;
-    std::vector<Bedrock::PointT<double>> one(1);
     for (const auto& component : glyph->components) {
         if (!component || !byOffset(*component)) continue;
-        one[0] = {component->x, component->y};
-        ApplyGVarCoords(static_cast<int>(moved.size()), one, moved, store, coordinates);
+        segments.push_back({points.size(), points.size(), 1});
+        points.push_back({component->x, component->y});
         flags.push_back(component->flags);
     }
+    const size_t offsetCount = points.size();
+    AppendPhantoms(*glyph, points, segments);
+    std::vector<Point> moved;
+    MoveSegments(points, segments, store.Get(), coordinates, moved);
+
     if (!flags.empty()) flags[0] |= GlyfComponent::OVERLAP_COMPOUND;
     // Deliberate: the moved offsets are taken by component index, though
     // they were listed for offset-placed components only, so an anchored
@@ -176,14 +276,14 @@ Bedrock::Counted<Glyf> ApplyGVarComposite(Bedrock::Counted<const Glyf> glyph,
     // the list, keep their offsets). Variable fonts don't mix the two.
     for (size_t i = 0; i < result->components.size(); ++i) {
         const auto& component = result->components[i];
-        if (!component || !byOffset(*component) || i >= moved.size()) continue;
+        if (!component || !byOffset(*component) || i >= offsetCount) continue;
         auto changed = component->Clone();
         changed->x = moved[i].x;
         changed->y = moved[i].y;
         changed->flags = flags[i];
         result->SetComponent(static_cast<int>(i), changed);
     }
-    ApplyGVarPhantoms(*glyph, *result, moved.size(), store, coordinates);
+    SetPhantoms(*result, moved.data() + offsetCount);
     return result;
 }
 

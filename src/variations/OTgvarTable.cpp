@@ -13,6 +13,24 @@ namespace Typeframe {
 
 OTgvarTable::OTgvarTable(Bedrock::NonCounted<OTFont> font) : OTTable(font, MakeTag("gvar")) {}
 
+OTgvarTable::OTgvarTable(const OTgvarTable& other)
+    : Bedrock::Countable(),
+      OTTable(other),
+      majorVersion(other.majorVersion),
+      minorVersion(other.minorVersion),
+      axisCount(other.axisCount),
+      sharedTupleCount(other.sharedTupleCount),
+      sharedTuplesOffset(other.sharedTuplesOffset),
+      glyphCount(other.glyphCount),
+      flags(other.flags),
+      glyphVariationDataArrayOffset(other.glyphVariationDataArrayOffset),
+      glyphVariationDataOffsets(other.glyphVariationDataOffsets),
+      stores(other.stores),
+      m_names(other.m_names),
+      m_axisTags(other.m_axisTags),
+      m_sharedTuples(other.m_sharedTuples),
+      m_read(std::make_unique<std::once_flag[]>(stores.size())) {}
+
 OTTable* OTgvarTable::VirtualClone() const { return new OTgvarTable(*this); }
 
 bool OTgvarTable::Load(Bedrock::Counted<BigEndianBuffer> buffer) {
@@ -58,33 +76,37 @@ bool OTgvarTable::Load(Bedrock::Counted<BigEndianBuffer> buffer) {
     in.Seek(sharedTuplesOffset);
     LoadSharedTuples(sharedSize <= in.GetRemaining() ? in.Read(static_cast<unsigned long>(sharedSize)) : nullptr,
                      *shared);
-    std::shared_ptr<const TupleVariation::SharedTuples> sharedTuples = std::move(shared);
-
-    const std::vector<unsigned int> axisTags = fvar->GetAxisTags();
-    const auto& names = font->GetGlyphNames();
+    m_sharedTuples = std::move(shared);
+    m_axisTags = fvar->GetAxisTags();
+    m_names = font->GetGlyphNames();
     const size_t storeCount = glyphVariationDataOffsets.empty() ? 0 : glyphVariationDataOffsets.size() - 1;
-    stores.clear();
-    stores.reserve(storeCount);
-    for (size_t g = 0; g < storeCount; ++g) {
-        auto glyph = g < names.size() ? glyf->GetGlyph(names[g]) : nullptr;
-        int points = 0;
-        if (glyph)
-            points = glyph->numberOfContours == -1 ? glyph->GetNumberOfComponents() : glyph->GetNumberOfCoordinates();
-        // Outline points or component offsets, then the four phantom points.
-        auto store = Bedrock::MakeCounted<TupleVariationStore>(MakeTag("gvar"), axisTags,
-                                                               static_cast<unsigned short>(points + 4), sharedTuples);
-        const uint32_t begin = glyphVariationDataOffsets[g];
-        const uint32_t end = glyphVariationDataOffsets[g + 1];
-        if (end > begin) {
-            const uint64_t start = uint64_t(glyphVariationDataArrayOffset) + begin;
-            if (start <= in.GetLength()) {
-                auto data = in.Read(static_cast<unsigned long>(start), end - begin);
-                if (data && !data->IsEmpty()) store->Load(data);
-            }
-        }
-        stores.push_back(std::move(store));
-    }
+    stores.assign(storeCount, nullptr);
+    m_read = std::make_unique<std::once_flag[]>(storeCount);
     return true;
+}
+
+Bedrock::Counted<TupleVariationStore> OTgvarTable::ReadStore(unsigned short g) const {
+    auto font = GetFont();
+    auto glyf = font ? font->GetTableT<OTglyfTable>() : nullptr;
+    auto glyph = glyf && g < m_names.size() ? glyf->GetGlyph(m_names[g]) : nullptr;
+    int points = 0;
+    if (glyph)
+        points = glyph->numberOfContours == -1 ? glyph->GetNumberOfComponents() : glyph->GetNumberOfCoordinates();
+    // Outline points or component offsets, then the four phantom points.
+    auto store = Bedrock::MakeCounted<TupleVariationStore>(MakeTag("gvar"), m_axisTags,
+                                                           static_cast<unsigned short>(points + 4), m_sharedTuples);
+    const BigEndianBuffer* in = Buffer();
+    const uint32_t begin = glyphVariationDataOffsets[g];
+    const uint32_t end = glyphVariationDataOffsets[g + 1];
+    // A range that is empty, reversed or outside the table gives no data.
+    if (in && end > begin) {
+        const uint64_t start = uint64_t(glyphVariationDataArrayOffset) + begin;
+        if (start <= in->GetLength()) {
+            auto data = in->Read(static_cast<unsigned long>(start), end - begin);
+            if (data && !data->IsEmpty()) store->Load(data);
+        }
+    }
+    return store;
 }
 
 bool OTgvarTable::Save() { return !IsDirty(); }
@@ -115,7 +137,12 @@ Bedrock::Counted<TupleVariationStore> OTgvarTable::GetVariationStore(const Utf8S
 }
 
 Bedrock::Counted<TupleVariationStore> OTgvarTable::GetVariationStore(unsigned short glyphIndex) const {
-    return glyphIndex < stores.size() ? stores[glyphIndex] : nullptr;
+    if (glyphIndex >= stores.size()) return nullptr;
+    // A copy of the table starts with the stores its original had read.
+    std::call_once(m_read[glyphIndex], [this, glyphIndex] {
+        if (!stores[glyphIndex]) stores[glyphIndex] = ReadStore(glyphIndex);
+    });
+    return stores[glyphIndex];
 }
 
 }  // namespace Typeframe

@@ -4,9 +4,15 @@
 // (outline points, or component offsets of a composite, then the four
 // phantom points) over the design space. Read-only: instancing applies the
 // table and removes it, so a changed table can't be written.
+//
+// Load reads the header, the offsets and the shared tuples; each glyph's
+// store is read at its first request, sized from the glyph as 'glyf' then
+// holds it, and kept. Requests may come from several threads at once, as
+// the instancer's parallel loop makes them.
 
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <vector>
 
 #include "base/Counted.h"
@@ -22,7 +28,8 @@ class OTFont;
 class OTgvarTable : public OTTable {
 public:
     explicit OTgvarTable(Bedrock::NonCounted<OTFont> font);
-    OTgvarTable(const OTgvarTable& other) = default;
+    // Stores already read are shared with the copy.
+    OTgvarTable(const OTgvarTable& other);
 
     OTTable* VirtualClone() const override;
     // Needs 'fvar', 'glyf' and 'post' in the font: the stores are made per
@@ -51,7 +58,17 @@ public:
     uint16_t flags = 0;
     uint32_t glyphVariationDataArrayOffset = 0;
     std::vector<uint32_t> glyphVariationDataOffsets;
-    std::vector<Bedrock::Counted<TupleVariationStore>> stores;
+    // One per glyph whose offsets the bytes hold; null until first asked for
+    // (use GetVariationStore).
+    mutable std::vector<Bedrock::Counted<TupleVariationStore>> stores;
+
+private:
+    Bedrock::Counted<TupleVariationStore> ReadStore(unsigned short glyphIndex) const;
+
+    std::vector<Utf8String> m_names;
+    std::vector<unsigned int> m_axisTags;
+    std::shared_ptr<const TupleVariation::SharedTuples> m_sharedTuples;
+    mutable std::unique_ptr<std::once_flag[]> m_read;
 };
 
 }  // namespace Typeframe

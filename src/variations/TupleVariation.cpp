@@ -43,10 +43,16 @@ bool TupleVariation::Load(Bedrock::Counted<BigEndianBuffer> header, Bedrock::Cou
     // points and deltas end.
     if (!header->GetU16(variationDataSize) || !header->GetU16(tupleIndex)) return false;
 
-    std::vector<Fixed2_14> peak(axisCount);
+    // Peaks, starts and ends, in scratch space reused on each thread: a
+    // store loads thousands of tuples.
+    thread_local std::vector<Fixed2_14> values;
+    values.assign(size_t(axisCount) * 3, Fixed2_14());
+    Fixed2_14* peak = values.data();
+    Fixed2_14* starts = peak + axisCount;
+    Fixed2_14* ends = starts + axisCount;
     if (tupleIndex & 0x8000) {
-        for (auto& value : peak) {
-            if (!ReadF2Dot14(*header, value)) return false;
+        for (unsigned a = 0; a < axisCount; ++a) {
+            if (!ReadF2Dot14(*header, peak[a])) return false;
         }
     } else {
         const unsigned index = tupleIndex & 0x0FFF;
@@ -54,47 +60,45 @@ bool TupleVariation::Load(Bedrock::Counted<BigEndianBuffer> header, Bedrock::Cou
         const auto& shared = (*sharedTuples)[index];
         // A shared tuple recorded with fewer axes than the font has leaves
         // the rest at 0.
-        for (size_t a = 0; a < peak.size() && a < shared.size(); ++a) peak[a] = shared[a];
+        for (size_t a = 0; a < axisCount && a < shared.size(); ++a) peak[a] = shared[a];
     }
-
-    std::vector<Fixed2_14> starts(axisCount);
-    std::vector<Fixed2_14> ends(axisCount);
     if (tupleIndex & 0x4000) {
-        for (auto& value : starts) {
-            if (!ReadF2Dot14(*header, value)) return false;
+        for (unsigned a = 0; a < axisCount; ++a) {
+            if (!ReadF2Dot14(*header, starts[a])) return false;
         }
-        for (auto& value : ends) {
-            if (!ReadF2Dot14(*header, value)) return false;
+        for (unsigned a = 0; a < axisCount; ++a) {
+            if (!ReadF2Dot14(*header, ends[a])) return false;
         }
     } else {
         const Fixed2_14 zero;
-        for (size_t a = 0; a < peak.size(); ++a) {
+        for (unsigned a = 0; a < axisCount; ++a) {
             starts[a] = peak[a] < zero ? peak[a] : zero;
             ends[a] = peak[a] > zero ? peak[a] : zero;
         }
     }
     regions.reserve(regions.size() + axisCount);
-    for (size_t a = 0; a < peak.size(); ++a) regions.push_back({starts[a], peak[a], ends[a]});
+    for (unsigned a = 0; a < axisCount; ++a) regions.push_back({starts[a], peak[a], ends[a]});
 
-    std::vector<unsigned short> points;
+    thread_local std::vector<unsigned short> privatePoints;
+    const std::vector<unsigned short>* points = &sharedPoints;
     if (tupleIndex & 0x2000) {
-        if (!LoadPoints(*data, pointCount, points)) return false;
-    } else {
-        points = sharedPoints;
+        if (!LoadPoints(*data, pointCount, privatePoints)) return false;
+        points = &privatePoints;
     }
-    const auto count = static_cast<unsigned short>(points.size());
+    const auto count = static_cast<unsigned short>(points->size());
 
+    thread_local std::vector<short> xDeltas;
+    thread_local std::vector<short> yDeltas;
     if (tableTag == MakeTag("cvar")) {
-        std::vector<short> deltas;
-        if (!LoadDeltas(*data, count, deltas)) return false;
+        if (!LoadDeltas(*data, count, xDeltas)) return false;
         pointDeltas.reserve(pointDeltas.size() + count);
-        for (size_t i = 0; i < count; ++i) pointDeltas.push_back({points[i], double(deltas[i]), 0.0});
+        for (size_t i = 0; i < count; ++i) pointDeltas.push_back({(*points)[i], double(xDeltas[i]), 0.0});
     } else if (tableTag == MakeTag("gvar")) {
-        std::vector<short> xDeltas;
-        std::vector<short> yDeltas;
         if (!LoadDeltas(*data, count, xDeltas) || !LoadDeltas(*data, count, yDeltas)) return false;
         pointDeltas.reserve(pointDeltas.size() + count);
-        for (size_t i = 0; i < count; ++i) pointDeltas.push_back({points[i], double(xDeltas[i]), double(yDeltas[i])});
+        for (size_t i = 0; i < count; ++i) {
+            pointDeltas.push_back({(*points)[i], double(xDeltas[i]), double(yDeltas[i])});
+        }
     }
     return true;
 }
@@ -127,18 +131,17 @@ bool TupleVariation::LoadPoints(BigEndianBuffer& buffer, unsigned short pointCou
         uint8_t control = 0;
         if (!buffer.GetU8(control)) return false;
         const unsigned run = (control & 0x7Fu) + 1;
-        // A run that passes the count is kept whole.
-        for (unsigned i = 0; i < run; ++i) {
-            if (control & 0x80) {
-                uint16_t value = 0;
-                if (!buffer.GetU16(value)) return false;
-                points.push_back(value);
-            } else {
-                uint8_t value = 0;
-                if (!buffer.GetU8(value)) return false;
-                points.push_back(value);
-            }
+        const unsigned size = (control & 0x80) ? 2 : 1;
+        // The whole values the bytes hold are read; a run that passes the
+        // count is kept whole.
+        const unsigned long present = std::min<unsigned long>(run, buffer.GetRemaining() / size);
+        const unsigned char* bytes = present ? buffer.GetBuffer() + buffer.Tell() : nullptr;
+        for (unsigned long i = 0; i < present; ++i) {
+            points.push_back(size == 2 ? static_cast<unsigned short>((bytes[2 * i] << 8) | bytes[2 * i + 1])
+                                       : bytes[i]);
         }
+        buffer.Advance(present * size);
+        if (present < run) return false;
     }
     // Stored as differences, the first from 0; the sums wrap at 16 bits.
     unsigned short sum = 0;
@@ -165,19 +168,17 @@ bool TupleVariation::LoadDeltas(BigEndianBuffer& buffer, unsigned short count, s
         const unsigned run = (control & 0x3Fu) + 1;
         if (control & 0x80) {
             deltas.insert(deltas.end(), run, 0);
-        } else if (control & 0x40) {
-            for (unsigned i = 0; i < run; ++i) {
-                int16_t value = 0;
-                if (!buffer.GetS16(value)) return false;
-                deltas.push_back(value);
-            }
-        } else {
-            for (unsigned i = 0; i < run; ++i) {
-                int8_t value = 0;
-                if (!buffer.GetS8(value)) return false;
-                deltas.push_back(value);
-            }
+            continue;
         }
+        const unsigned size = (control & 0x40) ? 2 : 1;
+        const unsigned long present = std::min<unsigned long>(run, buffer.GetRemaining() / size);
+        const unsigned char* bytes = present ? buffer.GetBuffer() + buffer.Tell() : nullptr;
+        for (unsigned long i = 0; i < present; ++i) {
+            deltas.push_back(size == 2 ? static_cast<short>((bytes[2 * i] << 8) | bytes[2 * i + 1])
+                                       : static_cast<short>(static_cast<int8_t>(bytes[i])));
+        }
+        buffer.Advance(present * size);
+        if (present < run) return false;
     }
     // Unlike points, a run of deltas may not pass the count.
     return deltas.size() == count;
@@ -204,6 +205,10 @@ bool TupleVariation::GetPointDelta(unsigned short index, PointDelta& out) const 
 }
 
 double TupleVariation::InterpolateDelta(double x1, double x2, double x, double d1, double d2) const {
+    return InterpolateRule(x1, x2, x, d1, d2);
+}
+
+double TupleVariation::InterpolateRule(double x1, double x2, double x, double d1, double d2) {
     if (x1 == x2) return d1 == d2 ? d1 : 0.0;
     if (x <= std::min(x1, x2)) return x1 < x2 ? d1 : d2;
     if (x >= std::max(x1, x2)) return x2 < x1 ? d1 : d2;
@@ -219,21 +224,21 @@ void TupleVariation::CollectContourDeltas(unsigned long start, unsigned long cou
     }
 }
 
-TupleVariation::PointDelta TupleVariation::InferDelta(unsigned long start,
-                                                      const std::vector<Bedrock::PointT<double>>& points,
-                                                      unsigned long p, const std::vector<PointDelta>& found) const {
+TupleVariation::PointDelta TupleVariation::InferDelta(unsigned long start, const Bedrock::PointT<double>* points,
+                                                      unsigned long p, const PointDelta* found, size_t foundCount) {
     const unsigned long index = start + p;
     // The references are the nearest points with deltas on either side in
     // point order, wrapping round the closed contour; with one reference
     // both sides are the same point.
-    auto next = std::lower_bound(found.begin(), found.end(), index, IndexBelow);
-    const PointDelta& n = next == found.end() ? found.front() : *next;
-    const PointDelta& before = next == found.begin() ? found.back() : *(next - 1);
+    const PointDelta* end = found + foundCount;
+    const PointDelta* next = std::lower_bound(found, end, index, IndexBelow);
+    const PointDelta& n = next == end ? found[0] : *next;
+    const PointDelta& before = next == found ? end[-1] : next[-1];
     const auto& a = points[before.index - start];
     const auto& b = points[n.index - start];
     const auto& here = points[p];
-    return PointDelta{static_cast<uint16_t>(index), InterpolateDelta(a.x, b.x, here.x, before.x, n.x),
-                      InterpolateDelta(a.y, b.y, here.y, before.y, n.y)};
+    return PointDelta{static_cast<uint16_t>(index), InterpolateRule(a.x, b.x, here.x, before.x, n.x),
+                      InterpolateRule(a.y, b.y, here.y, before.y, n.y)};
 }
 
 bool TupleVariation::GetInterpolatedPointDelta(unsigned long start, const std::vector<Bedrock::PointT<double>>& points,
@@ -248,31 +253,44 @@ bool TupleVariation::GetInterpolatedPointDelta(unsigned long start, const std::v
             return true;
         }
     }
-    out = InferDelta(start, points, index - start, found);
+    out = InferDelta(start, points.data(), index - start, found.data(), found.size());
     return true;
 }
 
 bool TupleVariation::AddContourDeltas(unsigned long start, const std::vector<Bedrock::PointT<double>>& points,
                                       double scale, std::vector<Bedrock::PointT<double>>& sums) const {
-    // Scratch space reused from call to call on each thread: this runs once
-    // per contour, tuple and glyph.
     thread_local std::vector<PointDelta> found;
-    thread_local std::vector<long> own;
     const unsigned long count = std::min<unsigned long>(points.size(), sums.size());
     CollectContourDeltas(start, count, found);
     if (found.empty()) return false;
-    // A point's own delta is the first entry that names it.
+    AddContourDeltas(found.data(), found.size(), start, points.data(), count, scale, sums.data());
+    return true;
+}
+
+void TupleVariation::AddContourDeltas(const PointDelta* found, size_t foundCount, unsigned long start,
+                                      const Bedrock::PointT<double>* points, unsigned long count, double scale,
+                                      Bedrock::PointT<double>* sums) {
+    // A point alone in its contour (a phantom point, a component offset)
+    // takes the first delta that names it.
+    if (count == 1) {
+        sums[0].x += scale * found[0].x;
+        sums[0].y += scale * found[0].y;
+        return;
+    }
+    // A point's own delta is the first entry that names it. Scratch space
+    // is reused from call to call on each thread.
+    thread_local std::vector<long> own;
     own.assign(count, -1);
-    for (size_t k = 0; k < found.size(); ++k) {
+    for (size_t k = 0; k < foundCount; ++k) {
         auto& slot = own[found[k].index - start];
         if (slot < 0) slot = static_cast<long>(k);
     }
     for (unsigned long p = 0; p < count; ++p) {
-        const PointDelta delta = own[p] >= 0 ? found[static_cast<size_t>(own[p])] : InferDelta(start, points, p, found);
+        const PointDelta delta =
+            own[p] >= 0 ? found[static_cast<size_t>(own[p])] : InferDelta(start, points, p, found, foundCount);
         sums[p].x += scale * delta.x;
         sums[p].y += scale * delta.y;
     }
-    return true;
 }
 
 Bedrock::Counted<TupleVariation> TupleVariation::Clone() const { return Bedrock::MakeCounted<TupleVariation>(*this); }

@@ -84,6 +84,12 @@ public:
     // when no point of the contour has a delta here.
     bool AddContourDeltas(unsigned long start, const std::vector<Bedrock::PointT<double>>& points, double scale,
                           std::vector<Bedrock::PointT<double>>& sums) const;
+    // The same for `count` points from `points`, numbered from `start`,
+    // given `found`, this tuple's deltas for exactly those point numbers in
+    // the order of the file (at least one).
+    static void AddContourDeltas(const PointDelta* found, size_t foundCount, unsigned long start,
+                                 const Bedrock::PointT<double>* points, unsigned long count, double scale,
+                                 Bedrock::PointT<double>* sums);
 
     Bedrock::Counted<TupleVariation> Clone() const;
 
@@ -101,8 +107,9 @@ private:
     void CollectContourDeltas(unsigned long start, unsigned long count, std::vector<PointDelta>& found) const;
     // The delta at contour position `p` inferred from the contour's deltas
     // `found`, which don't include that point.
-    PointDelta InferDelta(unsigned long start, const std::vector<Bedrock::PointT<double>>& points, unsigned long p,
-                          const std::vector<PointDelta>& found) const;
+    static double InterpolateRule(double x1, double x2, double x, double d1, double d2);
+    static PointDelta InferDelta(unsigned long start, const Bedrock::PointT<double>* points, unsigned long p,
+                                 const PointDelta* found, size_t foundCount);
 };
 
 }  // namespace Typeframe

@@ -4,6 +4,8 @@
 
 #include <cmath>
 #include <cstdio>
+#include <algorithm>
+#include <random>
 #include <string>
 
 #include "TestUtil.h"
@@ -402,4 +404,109 @@ TEST(ApplyCVar, ControlValuesOfAFontWithCvar) {
     EXPECT_TRUE(cvar->Save());  // a clean table writes nothing and succeeds
     cvar->SetIsDirty(true);
     EXPECT_FALSE(cvar->Save());
+}
+
+namespace {
+
+// The plain reading of the rules: every contour, then every phantom point
+// on its own, point by point, tuple by tuple, each delta found or inferred
+// afresh.
+std::vector<Point> MoveLiterally(const Glyf& glyph, const TupleVariationStore& store,
+                                 const std::vector<Fixed2_14>& coordinates, Bedrock::RectT<double>& phantoms) {
+    std::vector<Point> out;
+    auto move = [&](unsigned long start, const std::vector<Point>& points) {
+        for (size_t p = 0; p < points.size(); ++p) {
+            Point delta;
+            for (const auto& tuple : store.GetVariations()) {
+                TupleVariation::PointDelta d;
+                if (!tuple->GetInterpolatedPointDelta(start, points, static_cast<unsigned short>(start + p), d))
+                    continue;
+                const double scalar = GetGlyphTupleScalar(*tuple, coordinates);
+                delta.x += scalar * d.x;
+                delta.y += scalar * d.y;
+            }
+            out.push_back({points[p].x + delta.x, points[p].y + delta.y});
+        }
+    };
+    for (size_t i = 0; i < glyph.endPtsOfContours.size(); ++i) {
+        unsigned long first = 0;
+        std::vector<Point> points;
+        std::vector<unsigned char> flags;
+        if (glyph.GetContour(static_cast<int>(i), first, points, flags)) move(first, points);
+    }
+    const size_t outline = out.size();
+    const auto box = glyph.GetPhantoms();
+    const Point corners[4] = {{box.left, 0}, {box.right, 0}, {0, box.top}, {0, box.bottom}};
+    for (int k = 0; k < 4; ++k) move(outline + k, {corners[k]});
+    phantoms = {out[outline].x, out[outline + 3].y, out[outline + 1].x, out[outline + 2].y};
+    out.resize(outline);
+    return out;
+}
+
+}  // namespace
+
+// The instancer's glyph pass sorts each tuple's deltas into the contours in
+// one sweep; it must give the very numbers of the plain reading, also for
+// deltas out of order or repeated, points past the outline, tuples that
+// don't apply, and contour ends that go backwards or past the points.
+TEST(ApplyGVar, GlyphPassAgreesWithThePlainReading) {
+    std::mt19937 random(11);
+    auto pick = [&](int low, int high) { return low + int(random() % unsigned(high - low + 1)); };
+    for (int round = 0; round < 300; ++round) {
+        auto glyph = Bedrock::MakeCounted<Glyf>();
+        const int contours = pick(1, 5);
+        int end = -1;
+        for (int c = 0; c < contours; ++c) {
+            end += pick(1, 6);
+            glyph->endPtsOfContours.push_back(static_cast<uint16_t>(end));
+        }
+        glyph->numberOfContours = static_cast<int16_t>(contours);
+        const int points = end + 1;
+        for (int p = 0; p < points; ++p) glyph->coordinates.push_back({double(pick(-50, 50)), double(pick(-50, 50))});
+        glyph->flags.assign(size_t(points), Glyf::ON_CURVE_POINT);
+        if (round % 10 == 9) {
+            // Hostile contour ends: backwards, or past the points.
+            glyph->endPtsOfContours[0] = static_cast<uint16_t>(pick(0, points + 3));
+        }
+        glyph->SetPhantoms({double(pick(-20, 0)), -200, double(pick(300, 600)), 800});
+
+        auto store = Store({});
+        const int tuples = pick(0, 4);
+        for (int t = 0; t < tuples; ++t) {
+            std::vector<TupleVariation::PointDelta> deltas;
+            const int count = pick(0, points + 6);
+            for (int k = 0; k < count; ++k) {
+                deltas.push_back(
+                    {static_cast<uint16_t>(pick(0, points + 5)), double(pick(-30, 30)), double(pick(-30, 30))});
+            }
+            if (t % 2 == 0) {
+                std::stable_sort(deltas.begin(), deltas.end(),
+                                 [](const auto& a, const auto& b) { return a.index < b.index; });
+            }
+            const int16_t peak = t == 3 ? 0 : static_cast<int16_t>(pick(-1, 1) * kOne);
+            store->variations.push_back(Tuple(std::min<int16_t>(peak, 0), peak, std::max<int16_t>(peak, 0), deltas));
+        }
+        const auto location = At(pick(-4, 4) / 4.0);
+        Bedrock::RectT<double> phantoms;
+        const auto expected = MoveLiterally(*glyph, *store, location, phantoms);
+        auto moved = ApplyGVar(Bedrock::Counted<const Glyf>(glyph), store, location);
+        ASSERT_TRUE(moved);
+        ASSERT_EQ(moved->coordinates, expected) << "round " << round;
+        ASSERT_EQ(moved->GetPhantoms(), phantoms) << "round " << round;
+
+        // One contour through the public per-contour routine.
+        unsigned long first = 0;
+        std::vector<Point> contour;
+        std::vector<unsigned char> flags;
+        ASSERT_TRUE(glyph->GetContour(contours - 1, first, contour, flags));
+        std::vector<Point> out{{7, 7}};
+        EXPECT_TRUE(ApplyGVarCoords(static_cast<int>(first), contour, out, store, location));
+        ASSERT_EQ(out.size(), contour.size() + 1);
+        EXPECT_EQ(out[0], (Point{7, 7}));
+        const size_t at = expected.size() - contour.size();
+        if (glyph->endPtsOfContours[0] <= glyph->endPtsOfContours.back()) {
+            EXPECT_EQ(std::vector<Point>(out.begin() + 1, out.end()),
+                      std::vector<Point>(expected.begin() + long(at), expected.end()));
+        }
+    }
 }
