@@ -42,7 +42,7 @@ double RegionFactor(const TupleVariation::Region& region, Fixed2_14 c, Quotient 
 template <class Quotient>
 double TupleScalar(const TupleVariation& tuple, const std::vector<Fixed2_14>& coordinates, Quotient quotient) {
     double scalar = 1.0;
-    const auto axes = static_cast<int>(tuple.axisTags.size());
+    const auto axes = static_cast<int>(tuple.GetAxisTagCount());
     for (int a = 0; a < axes; ++a) {
         TupleVariation::Region region;
         if (!tuple.GetRegion(a, region)) continue;
@@ -307,18 +307,24 @@ bool ApplyGVar(Bedrock::Counted<OTFont> font, const std::vector<Fixed2_14>& coor
     if (names.empty()) return true;
 
     // The copy takes the new glyphs while the font's table serves the reads.
-    auto clone = Bedrock::Counted<OTglyfTable>(static_cast<OTglyfTable*>(glyf->VirtualClone()));
+    // It starts without glyphs: each iteration gives its name the varied
+    // glyph or, without variations, a copy of the glyph as it was.
+    auto clone = glyf->CloneWithoutGlyphs();
     Bedrock::Dispatch::DispatchParallelFor(
         [&](unsigned long i) {
             auto glyph = glyf->GetGlyph(names[i]);
             if (!glyph) return;
             // Names are unique, so a name's glyph index is its position.
             auto store = gvar->GetVariationStore(static_cast<unsigned short>(i));
-            if (!store) return;
-            auto changed = ApplyGVar(Bedrock::Counted<const Glyf>(glyph), store, coordinates);
-            if (changed) clone->SetGlyph(names[i], changed);
+            auto changed = store ? ApplyGVar(Bedrock::Counted<const Glyf>(glyph), store, coordinates) : nullptr;
+            clone->SetGlyph(names[i], changed ? changed : glyph->Clone());
         },
         names.size(), Bedrock::Dispatch::kPriorityDefault, Bedrock::Dispatch::kPurposeCompute, 0);
+    // Glyphs the glyph order doesn't name are copied as they were.
+    for (const auto& name : glyf->GetGlyphNames()) {
+        if (clone->GetGlyph(name)) continue;
+        if (auto glyph = glyf->GetGlyph(name)) clone->SetGlyph(name, glyph->Clone());
+    }
 
     // The metric tables are grown and marked changed here, on one thread,
     // so that the loop's writes touch nothing but their own records.

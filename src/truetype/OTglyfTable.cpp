@@ -95,6 +95,19 @@ OTglyfTable::OTglyfTable(const OTglyfTable& other) : Bedrock::Countable(other), 
     m_glyphsChanged.store(other.m_glyphsChanged.load());
 }
 
+OTglyfTable::OTglyfTable(const OTglyfTable& other, WithoutGlyphs)
+    : Bedrock::Countable(other), OTTable(other), padding(other.padding) {
+    other.EnsureParsed();
+    std::shared_lock lock(other.m_mutex);
+    for (const auto& entry : other.m_glyphs) m_glyphs.emplace_hint(m_glyphs.end(), entry.first, nullptr);
+    RebuildIndex();
+    m_glyphsChanged.store(true);
+}
+
+Bedrock::Counted<OTglyfTable> OTglyfTable::CloneWithoutGlyphs() const {
+    return Bedrock::Counted<OTglyfTable>(new OTglyfTable(*this, WithoutGlyphs()));
+}
+
 OTglyfTable::~OTglyfTable() = default;
 
 OTTable* OTglyfTable::VirtualClone() const { return new OTglyfTable(*this); }

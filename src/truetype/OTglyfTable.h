@@ -66,6 +66,10 @@ public:
     ~OTglyfTable() override;
 
     OTTable* VirtualClone() const override;
+    // A copy with every glyph name of this table but no glyphs yet (each
+    // entry null, GetGlyph giving null), for a caller that gives every name
+    // its glyph with SetGlyph before anything else reads the copy.
+    Bedrock::Counted<OTglyfTable> CloneWithoutGlyphs() const;
     // Needs 'loca'. Takes the glyph names and metrics as they stand now;
     // the glyphs are parsed on first use (see above), a glyph that fails to
     // parse being kept as far as it got. False only when 'glyf' is shorter
@@ -172,6 +176,9 @@ private:
     static int MaxComponentDepth(const std::vector<Bedrock::Counted<Glyf>>& glyphs);
     void CollectDependents(std::vector<Utf8String>& keep, std::unordered_set<Utf8String>& seen,
                            const Utf8String& name) const;
+
+    struct WithoutGlyphs {};
+    OTglyfTable(const OTglyfTable& other, WithoutGlyphs);
 
     // Rebuilds m_index from m_glyphs; the caller holds the lock or owns the
     // table alone.

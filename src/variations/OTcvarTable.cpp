@@ -45,9 +45,6 @@ bool OTcvarTable::Load(Bedrock::Counted<BigEndianBuffer> buffer) {
 
 bool OTcvarTable::Save() { return !IsDirty(); }
 
-unsigned int OTcvarTable::GetAxisTag(unsigned short axis) const {
-    if (!store || axis >= store->axisTags.size()) return 0;
-    return store->axisTags[axis];
-}
+unsigned int OTcvarTable::GetAxisTag(unsigned short axis) const { return store ? store->GetAxisTag(axis) : 0; }
 
 }  // namespace Typeframe

@@ -29,7 +29,9 @@ OTgvarTable::OTgvarTable(const OTgvarTable& other)
       m_names(other.m_names),
       m_axisTags(other.m_axisTags),
       m_sharedTuples(other.m_sharedTuples),
-      m_read(std::make_unique<std::once_flag[]>(stores.size())) {}
+      m_read(std::make_unique<std::atomic<bool>[]>(stores.size())) {
+    for (size_t i = 0; i < stores.size(); ++i) m_read[i].store(stores[i] != nullptr);
+}
 
 OTTable* OTgvarTable::VirtualClone() const { return new OTgvarTable(*this); }
 
@@ -77,11 +79,12 @@ bool OTgvarTable::Load(Bedrock::Counted<BigEndianBuffer> buffer) {
     LoadSharedTuples(sharedSize <= in.GetRemaining() ? in.Read(static_cast<unsigned long>(sharedSize)) : nullptr,
                      *shared);
     m_sharedTuples = std::move(shared);
-    m_axisTags = fvar->GetAxisTags();
+    m_axisTags = std::make_shared<const std::vector<unsigned int>>(fvar->GetAxisTags());
     m_names = font->GetGlyphNames();
     const size_t storeCount = glyphVariationDataOffsets.empty() ? 0 : glyphVariationDataOffsets.size() - 1;
     stores.assign(storeCount, nullptr);
-    m_read = std::make_unique<std::once_flag[]>(storeCount);
+    m_read = std::make_unique<std::atomic<bool>[]>(storeCount);
+    for (size_t i = 0; i < storeCount; ++i) m_read[i].store(false);
     return true;
 }
 
@@ -138,10 +141,16 @@ Bedrock::Counted<TupleVariationStore> OTgvarTable::GetVariationStore(const Utf8S
 
 Bedrock::Counted<TupleVariationStore> OTgvarTable::GetVariationStore(unsigned short glyphIndex) const {
     if (glyphIndex >= stores.size()) return nullptr;
-    // A copy of the table starts with the stores its original had read.
-    std::call_once(m_read[glyphIndex], [this, glyphIndex] {
-        if (!stores[glyphIndex]) stores[glyphIndex] = ReadStore(glyphIndex);
-    });
+    if (m_read[glyphIndex].load(std::memory_order_acquire)) return stores[glyphIndex];
+    // Read outside the lock, so that threads reading different glyphs don't
+    // wait for each other; of two threads reading one glyph the first to
+    // store it wins.
+    auto store = ReadStore(glyphIndex);
+    std::lock_guard lock(m_readMutex);
+    if (!m_read[glyphIndex].load(std::memory_order_relaxed)) {
+        stores[glyphIndex] = std::move(store);
+        m_read[glyphIndex].store(true, std::memory_order_release);
+    }
     return stores[glyphIndex];
 }
 

@@ -11,6 +11,7 @@
 // the instancer's parallel loop makes them.
 
 #include <cstdint>
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -66,9 +67,12 @@ private:
     Bedrock::Counted<TupleVariationStore> ReadStore(unsigned short glyphIndex) const;
 
     std::vector<Utf8String> m_names;
-    std::vector<unsigned int> m_axisTags;
+    std::shared_ptr<const std::vector<unsigned int>> m_axisTags;
     std::shared_ptr<const TupleVariation::SharedTuples> m_sharedTuples;
-    mutable std::unique_ptr<std::once_flag[]> m_read;
+    // Per glyph, whether its store is there to read; set under m_readMutex,
+    // after the store.
+    mutable std::unique_ptr<std::atomic<bool>[]> m_read;
+    mutable std::mutex m_readMutex;
 };
 
 }  // namespace Typeframe

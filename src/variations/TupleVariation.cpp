@@ -22,15 +22,17 @@ bool IndexBelow(const TupleVariation::PointDelta& delta, unsigned long index) { 
 TupleVariation::TupleVariation(unsigned int tag, std::vector<unsigned int> axisTagList,
                                std::vector<unsigned short> sharedPointList, unsigned short axes, unsigned short points,
                                const SharedTuples& shared)
-    : TupleVariation(tag, std::move(axisTagList), std::move(sharedPointList), axes, points,
+    : TupleVariation(tag, std::make_shared<const std::vector<unsigned int>>(std::move(axisTagList)),
+                     std::make_shared<const std::vector<unsigned short>>(std::move(sharedPointList)), axes, points,
                      std::make_shared<const SharedTuples>(shared)) {}
 
-TupleVariation::TupleVariation(unsigned int tag, std::vector<unsigned int> axisTagList,
-                               std::vector<unsigned short> sharedPointList, unsigned short axes, unsigned short points,
-                               std::shared_ptr<const SharedTuples> shared)
+TupleVariation::TupleVariation(unsigned int tag, std::shared_ptr<const std::vector<unsigned int>> axisTagList,
+                               std::shared_ptr<const std::vector<unsigned short>> sharedPointList, unsigned short axes,
+                               unsigned short points, std::shared_ptr<const SharedTuples> shared)
     : tableTag(tag),
-      axisTags(std::move(axisTagList)),
-      sharedPoints(std::move(sharedPointList)),
+      axisTags(axisTagList ? std::move(axisTagList) : std::make_shared<const std::vector<unsigned int>>()),
+      sharedPoints(sharedPointList ? std::move(sharedPointList)
+                                   : std::make_shared<const std::vector<unsigned short>>()),
       sharedTuples(shared ? std::move(shared) : std::make_shared<const SharedTuples>()),
       axisCount(axes),
       pointCount(points) {}
@@ -80,7 +82,7 @@ bool TupleVariation::Load(Bedrock::Counted<BigEndianBuffer> header, Bedrock::Cou
     for (unsigned a = 0; a < axisCount; ++a) regions.push_back({starts[a], peak[a], ends[a]});
 
     thread_local std::vector<unsigned short> privatePoints;
-    const std::vector<unsigned short>* points = &sharedPoints;
+    const std::vector<unsigned short>* points = sharedPoints.get();
     if (tupleIndex & 0x2000) {
         if (!LoadPoints(*data, pointCount, privatePoints)) return false;
         points = &privatePoints;
@@ -185,7 +187,7 @@ bool TupleVariation::LoadDeltas(BigEndianBuffer& buffer, unsigned short count, s
 }
 
 unsigned int TupleVariation::GetAxisTag(unsigned short axis) const {
-    return axis < axisTags.size() ? axisTags[axis] : 0;
+    return axis < axisTags->size() ? (*axisTags)[axis] : 0;
 }
 
 bool TupleVariation::GetRegion(int axis, Region& region) const {

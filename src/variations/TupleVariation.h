@@ -36,9 +36,10 @@ public:
 
     TupleVariation(unsigned int tag, std::vector<unsigned int> axisTags, std::vector<unsigned short> sharedPoints,
                    unsigned short axisCount, unsigned short pointCount, const SharedTuples& sharedTuples);
-    TupleVariation(unsigned int tag, std::vector<unsigned int> axisTags, std::vector<unsigned short> sharedPoints,
-                   unsigned short axisCount, unsigned short pointCount,
-                   std::shared_ptr<const SharedTuples> sharedTuples);
+    // The store's form: the lists shared, not copied, by all its tuples.
+    TupleVariation(unsigned int tag, std::shared_ptr<const std::vector<unsigned int>> axisTags,
+                   std::shared_ptr<const std::vector<unsigned short>> sharedPoints, unsigned short axisCount,
+                   unsigned short pointCount, std::shared_ptr<const SharedTuples> sharedTuples);
     TupleVariation(const TupleVariation& other) = default;
 
     // Reads one tuple: its header from `header` and its packed points and
@@ -59,6 +60,7 @@ public:
 
     // 0 when out of range.
     unsigned int GetAxisTag(unsigned short axis) const;
+    size_t GetAxisTagCount() const { return axisTags->size(); }
     unsigned short GetAxisCount() const { return axisCount; }
     // False when out of range.
     bool GetRegion(int axis, Region& region) const;
@@ -94,8 +96,9 @@ public:
     Bedrock::Counted<TupleVariation> Clone() const;
 
     Tag tableTag = 0;
-    std::vector<unsigned int> axisTags;
-    std::vector<unsigned short> sharedPoints;
+    // Never null.
+    std::shared_ptr<const std::vector<unsigned int>> axisTags;
+    std::shared_ptr<const std::vector<unsigned short>> sharedPoints;
     std::shared_ptr<const SharedTuples> sharedTuples;
     unsigned short axisCount = 0;
     unsigned short pointCount = 0;

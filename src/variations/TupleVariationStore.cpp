@@ -4,12 +4,14 @@ namespace Typeframe {
 
 TupleVariationStore::TupleVariationStore(unsigned int tag, const std::vector<unsigned int>& tags, unsigned short points,
                                          const TupleVariation::SharedTuples& shared)
-    : TupleVariationStore(tag, tags, points, std::make_shared<const TupleVariation::SharedTuples>(shared)) {}
+    : TupleVariationStore(tag, std::make_shared<const std::vector<unsigned int>>(tags), points,
+                          std::make_shared<const TupleVariation::SharedTuples>(shared)) {}
 
-TupleVariationStore::TupleVariationStore(unsigned int tag, const std::vector<unsigned int>& tags, unsigned short points,
+TupleVariationStore::TupleVariationStore(unsigned int tag, std::shared_ptr<const std::vector<unsigned int>> tags,
+                                         unsigned short points,
                                          std::shared_ptr<const TupleVariation::SharedTuples> shared)
     : tableTag(tag),
-      axisTags(tags),
+      axisTags(tags ? std::move(tags) : std::make_shared<const std::vector<unsigned int>>()),
       pointCount(points),
       sharedTuples(shared ? std::move(shared) : std::make_shared<const TupleVariation::SharedTuples>()) {}
 
@@ -42,15 +44,22 @@ bool TupleVariationStore::Load(Bedrock::Counted<BigEndianBuffer> buffer) {
     const unsigned count = tupleVariationCount & 0x0FFFu;
     // Each tuple header takes at least 4 bytes.
     variations.reserve(std::min<unsigned long>(count, buffer->GetRemaining() / 4 + 1));
-    const auto axisCount = static_cast<unsigned short>(axisTags.size());
+    const auto axisCount = static_cast<unsigned short>(axisTags->size());
+    // One list for all the tuples; most stores have none.
+    static const auto kNoPoints = std::make_shared<const std::vector<unsigned short>>();
+    auto points = sharedPoints.empty() ? kNoPoints : std::make_shared<const std::vector<unsigned short>>(sharedPoints);
     for (unsigned i = 0; i < count; ++i) {
         auto variation =
-            Bedrock::MakeCounted<TupleVariation>(tableTag, axisTags, sharedPoints, axisCount, pointCount, sharedTuples);
+            Bedrock::MakeCounted<TupleVariation>(tableTag, axisTags, points, axisCount, pointCount, sharedTuples);
         // Kept whatever its load says.
         variation->Load(buffer, data);
         variations.push_back(std::move(variation));
     }
     return true;
+}
+
+unsigned int TupleVariationStore::GetAxisTag(unsigned short axis) const {
+    return axis < axisTags->size() ? (*axisTags)[axis] : 0;
 }
 
 Bedrock::Counted<TupleVariation> TupleVariationStore::GetVariation(unsigned long index) const {

@@ -19,8 +19,10 @@ class TupleVariationStore : public Bedrock::Countable {
 public:
     TupleVariationStore(unsigned int tag, const std::vector<unsigned int>& axisTags, unsigned short pointCount,
                         const TupleVariation::SharedTuples& sharedTuples);
-    TupleVariationStore(unsigned int tag, const std::vector<unsigned int>& axisTags, unsigned short pointCount,
-                        std::shared_ptr<const TupleVariation::SharedTuples> sharedTuples);
+    // The form for a table's many stores: the axis tags and shared tuples
+    // shared, not copied.
+    TupleVariationStore(unsigned int tag, std::shared_ptr<const std::vector<unsigned int>> axisTags,
+                        unsigned short pointCount, std::shared_ptr<const TupleVariation::SharedTuples> sharedTuples);
     // Deep: the tuples are copied.
     TupleVariationStore(const TupleVariationStore& other);
 
@@ -38,8 +40,11 @@ public:
 
     Bedrock::Counted<TupleVariationStore> Clone() const;
 
+    unsigned int GetAxisTag(unsigned short axis) const;
+
     Tag tableTag = 0;
-    std::vector<unsigned int> axisTags;
+    // Never null.
+    std::shared_ptr<const std::vector<unsigned int>> axisTags;
     unsigned short pointCount = 0;
     std::vector<unsigned short> sharedPoints;
     std::shared_ptr<const TupleVariation::SharedTuples> sharedTuples;
