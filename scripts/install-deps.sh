@@ -16,7 +16,7 @@ packages=(
     python3-fonttools fonttools opentype-sanitizer python3-freetype python3-brotli
     fonts-dejavu-core fonts-inter-variable fonts-karla
     # tools
-    hyperfine
+    hyperfine libharfbuzz-bin
 )
 
 missing=()
