@@ -45,9 +45,10 @@ const std::vector<Command>& GetCommands() {
          "                       and printed one name per line. OUTDIR is made if\n"
          "                       missing; when one instance fails, none is written.\n"
          "\n"
-         "Instancing is still being built: an instance has the font-wide metrics\n"
-         "(MVAR) and names of its location, and the default's outlines and glyph\n"
-         "metrics; the variation tables are dropped.\n",
+         "A TrueType variable font gets the outlines, glyph metrics, control values\n"
+         "(cvt), font-wide metrics (MVAR) and names of the location. Layout tables,\n"
+         "OS/2 and post values and CFF2 outlines are not instanced yet. The\n"
+         "variation tables are dropped.\n",
          RunInstance},
     };
     return commands;

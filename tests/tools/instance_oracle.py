@@ -123,9 +123,8 @@ def without_pending(data):
 def ots_problems(path, workdir, notes):
     """ots-sanitize on an instance whose input it accepts.
 
-    The instancer is being built: outlines are still the default master until
-    glyph variations land, and so far it leaves three parts of a font as they
-    were, which ots-sanitize rightly refuses once fvar is gone: the item
+    The instancer is being built: so far it leaves three parts of a font as
+    they were, which ots-sanitize rightly refuses once fvar is gone: the item
     variation store of GDEF, the FeatureVariations of GSUB and GPOS, and CFF2
     charstrings with blends. An output holding the first two is judged on a
     copy with their offsets set to null; one with CFF2 outlines can't be, and
