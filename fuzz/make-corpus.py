@@ -41,6 +41,7 @@ FONTS = [
     os.path.join(SHARED, "compiled/instancer/3634-VF.ttf"),
     os.path.join(SHARED, "compiled/instancer/PartialInstancerTest4-VF.ttf"),
     os.path.join(SHARED, "compiled/instancer/PartialInstancerTest2-VF.ttf"),
+    os.path.join(SHARED, "compiled/instancer/PartialInstancerTest-VF.ttf"),
     os.path.join(SHARED, "compiled/instancer/CFF2Instancer-VF-2.otf"),
     os.path.join(SHARED, "compiled/varLib/SparseMasters-VF.ttf"),
     os.path.join(SHARED, "compiled/varLib/Mutator_IUP.ttf"),
