@@ -7,6 +7,7 @@
 #include "tables/OThheaTable.h"
 #include "tables/OThmtxTable.h"
 #include "tables/OTcvtTable.h"
+#include "tables/OTheadTable.h"
 #include "tables/OTvheaTable.h"
 #include "tables/OTvmtxTable.h"
 #include "truetype/GlyfComponent.h"
@@ -53,7 +54,9 @@ double TupleScalar(const TupleVariation& tuple, const std::vector<Fixed2_14>& co
     return scalar;
 }
 
-// Rounds half up to an integer, as metrics and control values are rounded.
+// Rounds half up to an integer, as metrics and control values are rounded;
+// the results are narrowed to 16 bits by wrapping, as everywhere a metric is
+// written (OTheadTable::NarrowToInt16).
 double RoundHalfUp(double value) { return std::floor(value + 0.5); }
 
 }  // namespace
@@ -355,17 +358,17 @@ bool ApplyGVar(Bedrock::Counted<OTFont> font, const std::vector<Fixed2_14>& coor
             if (hmtx) {
                 OThmtxTable::LongHorMetric metric;
                 const double width = phantoms.right - phantoms.left;
-                metric.advanceWidth = static_cast<uint16_t>(width > 0 ? RoundHalfUp(width) : 0.0);
-                metric.lsb = static_cast<int16_t>(RoundHalfUp(bounds.left) - RoundHalfUp(phantoms.left));
+                metric.advanceWidth = static_cast<uint16_t>(width > 0 ? OTheadTable::RoundToInt16(width) : 0);
+                metric.lsb = OTheadTable::NarrowToInt16(RoundHalfUp(bounds.left) - RoundHalfUp(phantoms.left));
                 hmtx->SetLongHorMetric(index, metric);
             }
             if (vmtx) {
                 OTvmtxTable::LongVerMetric metric;
                 const double height = phantoms.top - phantoms.bottom;
-                metric.advanceHeight = static_cast<uint16_t>(height > 0 ? RoundHalfUp(height) : 0.0);
+                metric.advanceHeight = static_cast<uint16_t>(height > 0 ? OTheadTable::RoundToInt16(height) : 0);
                 // Deliberate: measured from the outline's lower bound to the
                 // bottom phantom, not from the top of the outline.
-                metric.tsb = static_cast<int16_t>(RoundHalfUp(bounds.bottom - phantoms.bottom));
+                metric.tsb = OTheadTable::RoundToInt16(bounds.bottom - phantoms.bottom);
                 vmtx->SetLongVerMetric(index, metric);
             }
         },
@@ -394,7 +397,7 @@ bool ApplyCVarValues(const std::vector<short>& values, std::vector<short>& out,
             total += scalars[t] * delta.x;
         }
         // Rounded once with the value added, half up, cut to 16 bits.
-        out.push_back(static_cast<short>(static_cast<int64_t>(RoundHalfUp(total + values[i]))));
+        out.push_back(OTheadTable::RoundToInt16(total + values[i]));
     }
     return true;
 }
