@@ -93,13 +93,15 @@ bool TupleVariation::Load(Bedrock::Counted<BigEndianBuffer> header, Bedrock::Cou
     thread_local std::vector<short> yDeltas;
     if (tableTag == MakeTag("cvar")) {
         if (!LoadDeltas(*data, count, xDeltas)) return false;
-        pointDeltas.reserve(pointDeltas.size() + count);
-        for (size_t i = 0; i < count; ++i) pointDeltas.push_back({(*points)[i], double(xDeltas[i]), 0.0});
+        const size_t base = pointDeltas.size();
+        pointDeltas.resize(base + count);
+        for (size_t i = 0; i < count; ++i) pointDeltas[base + i] = {(*points)[i], double(xDeltas[i]), 0.0};
     } else if (tableTag == MakeTag("gvar")) {
         if (!LoadDeltas(*data, count, xDeltas) || !LoadDeltas(*data, count, yDeltas)) return false;
-        pointDeltas.reserve(pointDeltas.size() + count);
+        const size_t base = pointDeltas.size();
+        pointDeltas.resize(base + count);
         for (size_t i = 0; i < count; ++i) {
-            pointDeltas.push_back({(*points)[i], double(xDeltas[i]), double(yDeltas[i])});
+            pointDeltas[base + i] = {(*points)[i], double(xDeltas[i]), double(yDeltas[i])};
         }
     }
     return true;
