@@ -113,7 +113,8 @@ void MoveSegments(const std::vector<Point>& points, const std::vector<Segment>& 
 
     const size_t n = points.size();
     sums.assign(n, Point());
-    const auto& tuples = store ? store->GetVariations() : std::vector<Bedrock::Counted<TupleVariation>>();
+    static const std::vector<Bedrock::Counted<TupleVariation>> kNoTuples;
+    const auto& tuples = store ? store->GetVariations() : kNoTuples;
     scalars.assign(tuples.size(), 0.0);
     bool anyTuple = false;
     for (size_t t = 0; t < tuples.size(); ++t) {
@@ -125,10 +126,8 @@ void MoveSegments(const std::vector<Point>& points, const std::vector<Segment>& 
     // places (every real glyph) are served by one pass over each tuple's
     // deltas, sorted into the segments in their order; anything else goes
     // segment by segment.
-    bool inStep = !segments.empty();
-    const unsigned long base = inStep && segments[0].first >= segments[0].offset
-                                   ? segments[0].first - segments[0].offset
-                                   : (inStep = false, 0);
+    bool inStep = !segments.empty() && segments[0].first >= segments[0].offset;
+    const unsigned long base = inStep ? segments[0].first - segments[0].offset : 0;
     unsigned long next = 0;
     for (const auto& segment : segments) {
         inStep = inStep && segment.offset == next && segment.first == base + segment.offset;
