@@ -1,8 +1,11 @@
 """Helpers shared by the oracle scripts of the test suite: finding fonts and
 asking ots-sanitize. Imported by path (the scripts put tests/ on sys.path)."""
 
+import logging
 import os
+import shutil
 import subprocess
+import sys
 
 FONT_SUFFIXES = (".ttf", ".otf", ".ttc")
 
@@ -32,3 +35,48 @@ def ots_accepts(path, index=None, timeout=300):
     except subprocess.TimeoutExpired:
         return False
     return result.returncode == 0
+
+
+SFNT_TAGS = {b"\x00\x01\x00\x00", b"OTTO", b"true", b"ttcf"}
+
+
+def sfnt_files(roots):
+    """The files under roots (files as given, folders walked in a fixed
+    order) whose first four bytes are a font's or a collection's tag."""
+    for root in roots:
+        if os.path.isfile(root):
+            candidates = [root]
+        elif os.path.isdir(root):
+            candidates = []
+            for folder, dirs, files in os.walk(root):
+                dirs.sort()
+                candidates.extend(os.path.join(folder, name) for name in sorted(files))
+        else:
+            continue
+        for path in candidates:
+            try:
+                with open(path, "rb") as handle:
+                    if handle.read(4) in SFNT_TAGS:
+                        yield path
+            except OSError:
+                continue
+
+
+def start_checks(paths, skip_if_absent, skip_code=77):
+    """The common start of a tool oracle: fontTools must import (else skip),
+    its logging is silenced, and some path must exist (else skip with
+    skip_if_absent, fail without). Returns (exit code or None to go on,
+    whether ots-sanitize is there)."""
+    try:
+        import fontTools.ttLib  # noqa: F401
+    except ImportError:
+        print("skipped: fontTools can't be imported by %s" % sys.executable)
+        return skip_code, False
+    logging.getLogger("fontTools").setLevel(logging.CRITICAL)
+    if not any(os.path.exists(p) for p in paths):
+        print("skipped: none of %s exists" % ", ".join(paths))
+        return (skip_code if skip_if_absent else 1), False
+    ots = shutil.which("ots-sanitize") is not None
+    if not ots:
+        print("note: ots-sanitize not found, its check is left out")
+    return None, ots

@@ -4,7 +4,6 @@
 #include <cstdint>
 
 #include "base/Dispatch.h"
-#include "tables/OThheaTable.h"
 #include "tables/OThmtxTable.h"
 #include "tables/OTcvtTable.h"
 #include "tables/OTheadTable.h"
@@ -242,7 +241,7 @@ Bedrock::Counted<Glyf> ApplyGVarSimple(Bedrock::Counted<const Glyf> glyph, Bedro
     moved.resize(outlineCount);
     // An instance's contours may overlap whatever the default's did.
     if (!flags.empty()) flags[0] |= Glyf::OVERLAP_SIMPLE;
-    result->SetCoordinates(moved, flags);
+    result->SetCoordinates(std::move(moved), std::move(flags));
     return result;
 }
 
@@ -329,23 +328,21 @@ bool ApplyGVar(Bedrock::Counted<OTFont> font, const std::vector<Fixed2_14>& coor
     }
 
     // The metric tables are grown and marked changed here, on one thread,
-    // so that the loop's writes touch nothing but their own records.
-    const auto last = static_cast<unsigned short>(std::min<size_t>(names.size(), 65536) - 1);
+    // so that the loop's writes touch nothing but their own records:
+    // setting the last record does both ('hmtx' marks 'hhea' too).
+    const unsigned long count = std::min<size_t>(names.size(), 65536);
+    const auto last = static_cast<unsigned short>(count - 1);
     if (hmtx) {
         OThmtxTable::LongHorMetric metric;
         hmtx->GetLongHorMetric(last, metric);
         hmtx->SetLongHorMetric(last, metric);
-        hmtx->SetIsDirty(true);
-        if (auto hhea = font->GetTableT<OThheaTable>()) hhea->SetIsDirty(true);
     }
     if (vmtx) {
         OTvmtxTable::LongVerMetric metric;
         vmtx->GetLongVerMetric(last, metric);
         vmtx->SetLongVerMetric(last, metric);
-        vmtx->SetIsDirty(true);
         if (auto vhea = font->GetTableT<OTvheaTable>()) vhea->SetIsDirty(true);
     }
-    const unsigned long count = std::min<size_t>(names.size(), 65536);
     Bedrock::Dispatch::DispatchParallelFor(
         [&](unsigned long i) {
             auto glyph = clone->GetGlyph(names[i]);

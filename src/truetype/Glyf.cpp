@@ -412,6 +412,12 @@ void Glyf::SetCoordinates(const std::vector<Bedrock::PointT<double>>& points,
     boundsValid = false;
 }
 
+void Glyf::SetCoordinates(std::vector<Bedrock::PointT<double>>&& points, std::vector<unsigned char>&& pointFlags) {
+    coordinates = std::move(points);
+    flags = std::move(pointFlags);
+    boundsValid = false;
+}
+
 void Glyf::SetComponent(int index, Bedrock::Counted<GlyfComponent> component) {
     // A null component is ignored like an index out of range.
     if (index < 0 || static_cast<size_t>(index) >= components.size() || !component) return;

@@ -100,6 +100,7 @@ public:
     // table's cache is left alone.
     void SetCoordinates(const std::vector<Bedrock::PointT<double>>& points,
                         const std::vector<unsigned char>& pointFlags);
+    void SetCoordinates(std::vector<Bedrock::PointT<double>>&& points, std::vector<unsigned char>&& pointFlags);
     void SetPhantoms(const Bedrock::RectT<double>& box) { phantoms = box; }
     Bedrock::RectT<double> GetPhantoms() const { return phantoms; }
     // Replaces a component; an index out of range is ignored.

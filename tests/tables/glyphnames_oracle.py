@@ -49,7 +49,7 @@ import subprocess
 import sys
 import tempfile
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), os.pardir))
-from oracle_support import ots_accepts as ots_accepts_font  # noqa: E402
+from oracle_support import ots_accepts as ots_accepts_font, sfnt_files  # noqa: E402
 
 try:
     from fontTools import agl
@@ -60,7 +60,6 @@ except ImportError:
     sys.exit(77)
 
 SKIP = 77
-SFNT_TAGS = {b"\x00\x01\x00\x00", b"OTTO", b"true", b"ttcf"}
 POST_FIELDS = ("formatType", "italicAngle", "underlinePosition", "underlineThickness", "isFixedPitch",
                "minMemType42", "maxMemType42", "minMemType1", "maxMemType1")
 
@@ -107,24 +106,6 @@ def check_lists(dump):
 # ---------------------------------------------------------------- fonts
 
 
-def font_files(roots):
-    for root in roots:
-        if os.path.isfile(root):
-            candidates = [root]
-        elif os.path.isdir(root):
-            candidates = []
-            for folder, dirs, files in os.walk(root):
-                dirs.sort()
-                candidates.extend(os.path.join(folder, name) for name in sorted(files))
-        else:
-            continue
-        for path in candidates:
-            try:
-                with open(path, "rb") as handle:
-                    if handle.read(4) in SFNT_TAGS:
-                        yield path
-            except OSError:
-                continue
 
 
 def dump_names(dump, path):
@@ -301,7 +282,7 @@ def main():
     for problem in failures:
         print("FAIL lists: " + problem)
 
-    files = list(font_files(roots))
+    files = list(sfnt_files(roots))
     if not files:
         print("glyphnames_oracle: SKIP: no fonts found")
         return SKIP

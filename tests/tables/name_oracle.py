@@ -20,6 +20,8 @@ Exit status: 0 pass, 1 unexplained disagreements, 77 fontTools missing.
 import os
 import subprocess
 import sys
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), os.pardir))
+from oracle_support import sfnt_files  # noqa: E402
 
 try:
     from fontTools.misc.encodingTools import getEncoding
@@ -28,28 +30,9 @@ except ImportError:
     print("name_oracle: SKIP: fontTools is not installed")
     sys.exit(77)
 
-SFNT_TAGS = {b"\x00\x01\x00\x00", b"OTTO", b"true", b"ttcf"}
 UNDECODABLE = None
 
 
-def font_files(roots):
-    for root in roots:
-        if os.path.isfile(root):
-            candidates = [root]
-        elif os.path.isdir(root):
-            candidates = []
-            for folder, dirs, files in os.walk(root):
-                dirs.sort()
-                candidates.extend(os.path.join(folder, name) for name in sorted(files))
-        else:
-            continue
-        for path in candidates:
-            try:
-                with open(path, "rb") as handle:
-                    if handle.read(4) in SFNT_TAGS:
-                        yield path
-            except OSError:
-                continue
 
 
 def dump(program, path):
@@ -104,7 +87,7 @@ def main():
     fonttools_skipped = 0
     kinds = {}
     examples = {}
-    for path in font_files(roots):
+    for path in sfnt_files(roots):
         try:
             ours = dump(program, path)
         except Exception as error:  # noqa: BLE001

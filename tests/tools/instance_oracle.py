@@ -34,7 +34,6 @@ Prints one line per font and a summary; exit 0 when all pass, 1 otherwise,
 
 import argparse
 import concurrent.futures
-import logging
 import os
 import shutil
 import struct
@@ -42,7 +41,7 @@ import subprocess
 import sys
 import tempfile
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), os.pardir))
-from oracle_support import collect_fonts, ots_accepts  # noqa: E402
+from oracle_support import collect_fonts, ots_accepts, start_checks  # noqa: E402
 
 SKIP = 77
 FONT_SUFFIXES = (".ttf", ".otf")
@@ -366,19 +365,9 @@ def main():
     parser.add_argument("--jobs", type=int, default=os.cpu_count() or 1)
     args = parser.parse_args()
 
-    try:
-        import fontTools.ttLib  # noqa: F401
-    except ImportError:
-        print("skipped: fontTools can't be imported by %s" % sys.executable)
-        return SKIP
-    logging.getLogger("fontTools").setLevel(logging.CRITICAL)
-
-    if not any(os.path.exists(p) for p in args.paths):
-        print("skipped: none of %s exists" % ", ".join(args.paths))
-        return SKIP if args.skip_if_absent else 1
-    ots = shutil.which("ots-sanitize") is not None
-    if not ots:
-        print("note: ots-sanitize not found, its check is left out")
+    status, ots = start_checks(args.paths, args.skip_if_absent, SKIP)
+    if status is not None:
+        return status
 
     fonts = collect(args.paths)
     if not fonts:

@@ -36,14 +36,13 @@ exists and --skip-if-absent is given. Run it with Debian's /usr/bin/python3.
 
 import argparse
 import concurrent.futures
-import logging
 import os
 import shutil
 import subprocess
 import sys
 import tempfile
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), os.pardir))
-from oracle_support import collect_fonts, ots_accepts  # noqa: E402
+from oracle_support import collect_fonts, ots_accepts, start_checks  # noqa: E402
 
 SKIP = 77
 REBUILD = ("glyf", "loca", "hmtx", "vmtx", "cvt ", "fpgm", "prep", "maxp", "head", "hhea")
@@ -261,19 +260,9 @@ def main():
     parser.add_argument("--jobs", type=int, default=os.cpu_count() or 1)
     args = parser.parse_args()
 
-    try:
-        import fontTools.ttLib  # noqa: F401
-    except ImportError:
-        print("skipped: fontTools can't be imported by %s" % sys.executable)
-        return SKIP
-    logging.getLogger("fontTools").setLevel(logging.CRITICAL)
-
-    if not any(os.path.exists(p) for p in args.paths):
-        print("skipped: none of %s exists" % ", ".join(args.paths))
-        return SKIP if args.skip_if_absent else 1
-    ots = shutil.which("ots-sanitize") is not None
-    if not ots:
-        print("note: ots-sanitize not found, its check is left out")
+    status, ots = start_checks(args.paths, args.skip_if_absent, SKIP)
+    if status is not None:
+        return status
 
     jobs = [(path, index) for path in collect_fonts(args.paths) for index in font_indexes(path)]
     totals = {"glyphs": 0, "points": 0, "composites": 0, "components": 0, "anchored": 0}
