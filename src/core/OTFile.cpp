@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <ctime>
 
+#include "base/Format.h"
+#include "base/IDTag.h"
+#include "base/ToString.h"
 #include "core/OTFont.h"
 #include "core/OffsetTable.h"
 #include "core/TTCHeader.h"
@@ -19,6 +22,18 @@ constexpr uint32_t kChecksumMagic = 0xB1B0AFBA;
 // handful of passes settles any real font. The bound only stops a table that
 // never settles from looping forever.
 constexpr int kMaxSavePasses = 64;
+
+// Four bytes from a file as a reader would want them named: the tag when it
+// is printable, else its hexadecimal value.
+Utf8String TagText(uint32_t tag) {
+    bool printable = true;
+    for (int shift = 24; shift >= 0; shift -= 8) {
+        const unsigned c = (tag >> shift) & 0xFF;
+        printable = printable && c >= 0x20 && c < 0x7F;
+    }
+    if (printable) return Bedrock::FormatString("'%1'", Bedrock::IDTag(tag));
+    return Bedrock::FormatString("0x%1", Bedrock::ToStringBase(tag, 16, 8, Bedrock::kPadZeros, /*uppercase=*/true));
+}
 
 }  // namespace
 
@@ -41,8 +56,38 @@ Bedrock::Counted<TableManager> OTFile::GetTableManager() {
     return m_tableManager;
 }
 
+bool OTFile::Fail(Failure::Kind kind, Utf8String message) {
+    m_failure = Failure(kind, std::move(message));
+    return false;
+}
+
+Utf8String OTFile::DescribeBadHeader() {
+    if (!m_stream) return "no stream was given to read the file from";
+    const uint64_t size = m_stream->GetSize();
+    if (size < 4) {
+        return Bedrock::FormatString("not a font file: it holds %1 bytes",
+                                     Bedrock::ToStringT<Utf8String>(static_cast<unsigned long>(size)));
+    }
+    if (m_fileTag == MakeTag("wOFF") || m_fileTag == MakeTag("wOF2")) {
+        return "a WOFF web font, which must be decompressed to an OpenType font first";
+    }
+    if (IsValidCollectionHeader(m_fileTag)) {
+        uint32_t version = 0;
+        ReadBuffer(4, 4)->GetU32(0, version);
+        if (version != 0x00010000 && version != 0x00020000) {
+            return Bedrock::FormatString("a font collection of version %1, which is not 1.0 or 2.0", TagText(version));
+        }
+        return "a font collection whose header can't be read";
+    }
+    return Bedrock::FormatString("not a font file: it starts with %1", TagText(m_fileTag));
+}
+
 int OTFile::GetFontCount() {
-    if (!LoadHeader()) return 0;
+    m_failure = Failure();
+    if (!LoadHeader()) {
+        Fail(Failure::Kind::NotAFont, DescribeBadHeader());
+        return 0;
+    }
     return static_cast<int>(m_fonts.size());
 }
 
@@ -64,8 +109,17 @@ bool OTFile::LoadHeader() {
 }
 
 Bedrock::Counted<OTFont> OTFile::GetFont(int index) {
-    if (!LoadHeader() || index < 0 || static_cast<size_t>(index) >= m_fonts.size()) return nullptr;
-    return LoadFont(index);
+    const int count = GetFontCount();
+    if (m_failure) return nullptr;
+    if (index < 0 || index >= count) {
+        Fail(Failure::Kind::NoSuchFont,
+             Bedrock::FormatString("font index %1 is out of range: the file holds %2", index,
+                                   count == 1 ? Utf8String("1 font") : Bedrock::FormatString("%1 fonts", count)));
+        return nullptr;
+    }
+    auto font = LoadFont(index);
+    if (!font) Fail(Failure::Kind::NotAFont, "the collection's header can't be read again");
+    return font;
 }
 
 Bedrock::Counted<OTFont> OTFile::LoadFont(int index) {
@@ -95,9 +149,15 @@ bool OTFile::AddFont(Bedrock::Counted<OTFont> font) {
 }
 
 Bedrock::Counted<BigEndianBuffer> OTFile::ReadBuffer(unsigned long offset, unsigned long length) {
+    if (!m_stream) return Bedrock::MakeCounted<BigEndianBuffer>(length, 4);
+    return ReadBuffer(*m_stream, offset, length);
+}
+
+Bedrock::Counted<BigEndianBuffer> OTFile::ReadBuffer(Bedrock::InStreamSeekable& stream, unsigned long offset,
+                                                     unsigned long length) {
     auto buffer = Bedrock::MakeCounted<BigEndianBuffer>(length, 4);
-    if (m_stream && length != 0 && m_stream->Seek(1, static_cast<int64_t>(offset))) {
-        m_stream->Read(buffer->GetBuffer(), length);
+    if (length != 0 && stream.Seek(1, static_cast<int64_t>(offset))) {
+        stream.Read(buffer->GetBuffer(), length);
         buffer->InvalidateChecksum();
     }
     return buffer;
@@ -120,7 +180,14 @@ std::vector<Tag> OTFile::GetTableTags(Bedrock::Counted<OTFont> font) const {
 }
 
 bool OTFile::Save(Bedrock::Counted<Bedrock::OutStream> stream) {
-    if (m_fonts.size() != 1 || !m_fonts[0] || !stream) return false;
+    m_failure = Failure();
+    if (m_fonts.size() != 1) {
+        return Fail(Failure::Kind::CannotSave,
+                    Bedrock::FormatString("the file holds %1 fonts, and only a file of exactly one can be saved",
+                                          static_cast<int>(m_fonts.size())));
+    }
+    if (!m_fonts[0]) return Fail(Failure::Kind::CannotSave, "the file's font has not been read");
+    if (!stream) return Fail(Failure::Kind::CannotWrite, "no stream was given to write to");
     auto font = m_fonts[0];
     if (m_fileTag == MakeTag("ttcf") || m_fileTag == 0) m_fileTag = font->GetTag();
 
@@ -152,7 +219,7 @@ bool OTFile::Save(Bedrock::Counted<Bedrock::OutStream> stream) {
             head->checkSumAdjustment = 0;
             head->SetIsDirty(true);
         }
-        const int64_t now = static_cast<int64_t>(std::time(nullptr));
+        const int64_t now = m_saveTime ? *m_saveTime : static_cast<int64_t>(std::time(nullptr));
         if (head->modified != now) {
             head->modified = now;
             head->SetIsDirty(true);
@@ -178,7 +245,17 @@ bool OTFile::Save(Bedrock::Counted<Bedrock::OutStream> stream) {
         }
         settled = std::none_of(tables.begin(), tables.end(), [](const auto& t) { return t->IsDirty(); });
     }
-    if (!settled) return false;
+    if (!settled) {
+        Tag restless = 0;
+        for (const auto& table : tables) {
+            if (table->IsDirty()) {
+                restless = table->GetTag();
+                break;
+            }
+        }
+        return Fail(Failure::Kind::CannotSave, Bedrock::FormatString("table %1 still changed after %2 save passes",
+                                                                     TagText(restless), kMaxSavePasses));
+    }
 
     auto& entries = offsetTable->GetDirectoryEntries();
     std::sort(entries.begin(), entries.end(), [](const auto& a, const auto& b) { return a->tag < b->tag; });

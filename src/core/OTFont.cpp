@@ -21,6 +21,7 @@ namespace Typeframe {
 
 bool OTFont::Load(unsigned long offset) {
     if (!m_file) return true;
+    m_source = m_file->GetStream();
     m_offsetTable = ReadOffsetTable(m_file, static_cast<unsigned int>(offset));
     if (!m_offsetTable) return true;
     auto manager = m_file->GetTableManager();
@@ -52,6 +53,7 @@ Bedrock::Counted<OffsetTable> OTFont::ReadOffsetTable(Bedrock::NonCounted<OTFile
 
 Bedrock::Counted<OTFont> OTFont::Clone() const {
     auto copy = Bedrock::MakeCounted<OTFont>(m_file);
+    copy->m_source = m_source;
     copy->m_glyphNames = m_glyphNames;
     copy->m_offsetTable = m_offsetTable;
     copy->m_tables.reserve(m_tables.size());
@@ -71,7 +73,11 @@ std::vector<Tag> OTFont::GetTableTags() const {
 }
 
 bool OTFont::LoadTable(const Bedrock::Counted<OTTable>& table) const {
-    if (!m_file || !m_offsetTable) return false;
+    if (!m_offsetTable) return false;
+    // The font's own source first: the file the font now belongs to may be
+    // one made only to save it, with no stream of its own.
+    if (m_source) return TableManager::LoadTable(table, m_offsetTable, *m_source);
+    if (!m_file) return false;
     return m_file->GetTableManager()->LoadTable(table, m_offsetTable);
 }
 

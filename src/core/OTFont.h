@@ -9,6 +9,7 @@
 
 #include "base/Counted.h"
 #include "base/Geometry.h"
+#include "base/InStreamSeekable.h"
 #include "base/String.h"
 #include "core/OTTable.h"
 #include "core/OffsetTable.h"
@@ -36,6 +37,11 @@ public:
 
     Bedrock::NonCounted<OTFile> GetFile() const { return m_file; }
     void SetFile(Bedrock::NonCounted<OTFile> file) { m_file = file; }
+    // The bytes the font's tables are read from. The font holds them itself,
+    // not only through the file it was read from, so that a font added to
+    // another file (to save it, say) still reads the tables nobody asked for
+    // yet, and writes them back whole.
+    Bedrock::Counted<Bedrock::InStreamSeekable> GetSource() const { return m_source; }
     Bedrock::Counted<OffsetTable> GetOffsetTable() const { return m_offsetTable; }
 
     unsigned short GetNumTables() const { return static_cast<unsigned short>(m_tables.size()); }
@@ -82,6 +88,7 @@ private:
     bool LoadTable(const Bedrock::Counted<OTTable>& table) const;
 
     Bedrock::NonCounted<OTFile> m_file;
+    Bedrock::Counted<Bedrock::InStreamSeekable> m_source;
     mutable std::vector<Utf8String> m_glyphNames;
     Bedrock::Counted<OffsetTable> m_offsetTable;
     std::vector<Bedrock::Counted<OTTable>> m_tables;
@@ -92,7 +99,7 @@ Bedrock::Counted<T> OTFont::GetTableT() const {
     for (const auto& table : m_tables) {
         const OTTable& candidate = *table;
         if (typeid(candidate) != typeid(T)) continue;
-        if (table->IsLoaded() || table->IsDirty() || (m_offsetTable && LoadTable(table))) {
+        if (table->IsLoaded() || table->IsDirty() || LoadTable(table)) {
             return Bedrock::Counted<T>(static_cast<T*>(table.Get()));
         }
     }

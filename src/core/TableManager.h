@@ -3,6 +3,7 @@
 // Makes the table object for a tag and performs the lazy load of its bytes.
 
 #include "base/Counted.h"
+#include "base/InStreamSeekable.h"
 #include "core/OTTable.h"
 #include "core/Tag.h"
 
@@ -22,6 +23,10 @@ public:
     // Reads the table's directory range and loads it; false when the entry
     // is missing, starts at 0, is empty or passes the end of the file.
     bool LoadTable(Bedrock::Counted<OTTable> table, Bedrock::Counted<OffsetTable> offsetTable) const;
+    // The same from a given source, for fonts that outlive the file they
+    // were read through.
+    static bool LoadTable(const Bedrock::Counted<OTTable>& table, const Bedrock::Counted<OffsetTable>& offsetTable,
+                          Bedrock::InStreamSeekable& source);
 
 private:
     Bedrock::NonCounted<OTFile> m_file;

@@ -1,7 +1,9 @@
 #include "instancer/FontInstancer.h"
 
+#include <cerrno>
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 
 #include "base/FileInStream.h"
 #include "base/FileOutStream.h"
@@ -50,32 +52,76 @@ Fixed2_14 ToFixed2_14(double n) {
     return Fixed2_14::FromRaw(static_cast<int16_t>(ClampToInt(scaled >= 0 ? scaled + 0.5 : scaled - 0.5)));
 }
 
-Utf8String MakeHash() {
-    char letters[6];
-    // RAND_MAX / 26 + 1 with the C library's RAND_MAX of 2^31 - 1; the seed is
-    // whatever the process left, the library never seeds.
-    for (char& letter : letters) letter = static_cast<char>('A' + std::rand() / 82595525);
-    return Utf8String(letters, 6);
+// The reason a file could not be opened, from errno as the failed call left
+// it; a file that opened but is no regular file leaves errno at 0.
+Utf8String OpenError(const Utf8String& path, int error) {
+    return Bedrock::FormatString("cannot open '%1': %2", path,
+                                 error != 0 ? std::strerror(error) : "not a regular file");
 }
 
 }  // namespace
 
-bool FontInstancer::LoadFont(const Utf8String& path, int index) {
-    auto stream = Bedrock::FileInStream::Open(path.c_str(), false);
-    if (!stream) return false;
-    m_file = Bedrock::MakeCounted<OTFile>();
-    m_file->Load(stream);
-    if (index < 0 || index >= m_file->GetFontCount()) return false;
-    auto font = m_file->GetFont(index);
-    if (!font || !font->GetTableT<OTfvarTable>()) return false;
+bool FontInstancer::Fail(Failure::Kind kind, Utf8String message) {
+    m_failure = Failure(kind, std::move(message));
+    return false;
+}
+
+void FontInstancer::SetRandomSeed(std::optional<uint32_t> seed) {
+    if (seed) {
+        m_random.emplace(*seed);
+    } else {
+        m_random.reset();
+    }
+}
+
+Utf8String FontInstancer::MakeHash() const {
+    char letters[6];
+    // RAND_MAX / 26 + 1 with the C library's RAND_MAX of 2^31 - 1. Without a
+    // seed of the host's, the seed is whatever the process left: the library
+    // never seeds rand() itself. The seeded generator's values lie below
+    // 2^31 - 1 too, so the same division gives a letter.
+    for (char& letter : letters) {
+        const unsigned long drawn = m_random ? (*m_random)() : static_cast<unsigned long>(std::rand());
+        letter = static_cast<char>('A' + drawn / 82595525);
+    }
+    return Utf8String(letters, 6);
+}
+
+// Keeps a font that was found, once it is known to be variable; `what` names
+// it in the reason for a refusal.
+bool FontInstancer::KeepFont(Bedrock::Counted<OTFont> font, const Utf8String& what) {
+    if (!font->GetTableT<OTfvarTable>()) {
+        if (font->IsVariable()) {
+            return Fail(Failure::Kind::MissingData,
+                        Bedrock::FormatString("the 'fvar' table of %1 can't be read", what));
+        }
+        return Fail(
+            Failure::Kind::NotVariable,
+            Bedrock::FormatString("%1 is static: it has no 'fvar' table, so there is nothing to instance", what));
+    }
     LoadAllTables(font);
-    m_font = font;
+    m_font = std::move(font);
     return true;
 }
 
-bool FontInstancer::LoadFont(const Utf8String& path, const Utf8String& postScriptName) {
+bool FontInstancer::LoadFont(const Utf8String& path, int index) {
+    m_failure = Failure();
+    errno = 0;
     auto stream = Bedrock::FileInStream::Open(path.c_str(), false);
-    if (!stream) return false;
+    if (!stream) return Fail(Failure::Kind::CannotOpen, OpenError(path, errno));
+    m_file = Bedrock::MakeCounted<OTFile>();
+    m_file->Load(stream);
+    auto font = m_file->GetFont(index);
+    if (!font) return Fail(m_file->GetLastFailure().GetKind(), m_file->GetLastFailure().GetMessage());
+    return KeepFont(std::move(font),
+                    m_file->GetFontCount() > 1 ? Bedrock::FormatString("font %1", index) : Utf8String("the font"));
+}
+
+bool FontInstancer::LoadFont(const Utf8String& path, const Utf8String& postScriptName) {
+    m_failure = Failure();
+    errno = 0;
+    auto stream = Bedrock::FileInStream::Open(path.c_str(), false);
+    if (!stream) return Fail(Failure::Kind::CannotOpen, OpenError(path, errno));
     m_file = Bedrock::MakeCounted<OTFile>();
     m_file->Load(stream);
     for (int i = 0; i < m_file->GetFontCount(); ++i) {
@@ -85,34 +131,60 @@ bool FontInstancer::LoadFont(const Utf8String& path, const Utf8String& postScrip
         Utf8String fontName;
         if (!name || !name->GetString(6, fontName)) continue;
         if (!postScriptName.IsEmpty() && postScriptName != fontName) continue;
-        if (!font->GetTableT<OTfvarTable>()) return false;
-        LoadAllTables(font);
-        m_font = font;
-        return true;
+        return KeepFont(std::move(font), Bedrock::FormatString("the font named '%1'", fontName));
     }
-    return false;
+    if (m_file->GetLastFailure()) {
+        return Fail(m_file->GetLastFailure().GetKind(), m_file->GetLastFailure().GetMessage());
+    }
+    if (postScriptName.IsEmpty()) {
+        return Fail(Failure::Kind::NoSuchFont, "no font of the file has a PostScript name (name ID 6)");
+    }
+    return Fail(Failure::Kind::NoSuchFont,
+                Bedrock::FormatString("no font of the file has the PostScript name '%1'", postScriptName));
 }
 
 bool FontInstancer::LoadFont(Bedrock::Counted<OTFont> font) {
-    if (!font || !font->GetTableT<OTfvarTable>()) return false;
-    LoadAllTables(font);
-    m_font = std::move(font);
-    return true;
+    m_failure = Failure();
+    if (!font) return Fail(Failure::Kind::NoFont, "no font was given");
+    return KeepFont(std::move(font), "the font");
 }
 
 bool FontInstancer::SaveFont(const Utf8String& path) {
-    auto stream = Bedrock::FileOutStream::Create(path.c_str());
-    if (!stream) return false;
-    return SaveFont(Bedrock::Counted<Bedrock::OutStream>(stream));
+    m_failure = Failure();
+    // Checked before anything is made on disk.
+    if (!m_font) return Fail(Failure::Kind::NoFont, "no font is loaded, so there is nothing to save");
+    errno = 0;
+    auto stream = Bedrock::FileOutStream::CreateReplacing(path.c_str());
+    if (!stream) {
+        return Fail(Failure::Kind::CannotWrite,
+                    Bedrock::FormatString("cannot create '%1': %2", path, std::strerror(errno ? errno : EIO)));
+    }
+    const bool result = SaveFont(Bedrock::Counted<Bedrock::OutStream>(stream));
+    // A file the writer refused is dropped with the stream, and whatever
+    // stood at `path` stays.
+    if (m_failure) return result;
+    if (!stream->Commit()) {
+        m_failure = Failure(Failure::Kind::CannotWrite,
+                            Bedrock::FormatString("cannot write '%1': %2", path, std::strerror(errno ? errno : EIO)));
+    }
+    return result;
 }
 
 bool FontInstancer::SaveFont(Bedrock::Counted<Bedrock::OutStream> stream) {
-    if (!m_font || !stream) return false;
+    m_failure = Failure();
+    if (!m_font) return Fail(Failure::Kind::NoFont, "no font is loaded, so there is nothing to save");
+    if (!stream) return Fail(Failure::Kind::CannotWrite, "no stream was given to write to");
     auto file = Bedrock::MakeCounted<OTFile>();
+    file->SetSaveTime(m_saveTime);
     const auto owner = m_font->GetFile();
     file->AddFont(m_font);
-    // Whether the file writer succeeded is not part of the result.
-    file->Save(stream);
+    // Whether the file writer succeeded is not part of the result; the
+    // reason is kept for the host all the same.
+    if (!file->Save(stream)) {
+        m_failure =
+            Failure(file->GetLastFailure().GetKind(),
+                    Bedrock::FormatString("the instance can't be saved: %1", file->GetLastFailure().GetMessage()));
+    }
     // The file made here dies with this call; the font goes back to the file
     // it came from, so that nothing can reach the dead one later.
     m_font->SetFile(owner);
@@ -126,10 +198,68 @@ Utf8String FontInstancer::GetPostScriptName() const {
     return name;
 }
 
+bool FontInstancer::GetUserLocation(const std::vector<AxisValue>& values, std::vector<double>& location) {
+    m_failure = Failure();
+    if (!m_font) return Fail(Failure::Kind::NoFont, "no font is loaded");
+    auto fvar = m_font->GetTableT<OTfvarTable>();
+    if (!fvar) return Fail(Failure::Kind::MissingData, "the font's 'fvar' table can't be read");
+    std::vector<double> result;
+    std::vector<bool> given;
+    for (unsigned short i = 0; i < fvar->axisCount; ++i) {
+        auto axis = fvar->GetVariationAxis(i);
+        result.push_back(axis ? axis->defaultValue.ToDouble() : 0.0);
+        given.push_back(false);
+    }
+    for (const AxisValue& value : values) {
+        bool found = false;
+        for (unsigned short i = 0; i < fvar->axisCount && !found; ++i) {
+            auto axis = fvar->GetVariationAxis(i);
+            if (!axis || axis->axisTag != value.tag) continue;
+            if (given[i]) {
+                return Fail(Failure::Kind::BadLocation,
+                            Bedrock::FormatString("axis '%1' is given twice", Bedrock::IDTag(value.tag)));
+            }
+            result[i] = value.value;
+            given[i] = true;
+            found = true;
+        }
+        if (!found) {
+            return Fail(Failure::Kind::BadLocation,
+                        Bedrock::FormatString("the font has no axis '%1'", Bedrock::IDTag(value.tag)));
+        }
+    }
+    location = std::move(result);
+    return true;
+}
+
+bool FontInstancer::MakeInstanceAt(const std::vector<AxisValue>& values) {
+    std::vector<double> location;
+    if (!GetUserLocation(values, location)) return false;
+    return MakeInstance(std::move(location));
+}
+
 bool FontInstancer::MakeInstance(std::vector<double> location) {
-    if (!m_font) return false;
+    m_failure = Failure();
+    if (!m_font) return Fail(Failure::Kind::NoFont, "no font is loaded");
+    // Clamping would turn a NaN into the axis minimum and name the instance
+    // after "nan": a value that is no number is refused before any change.
+    for (size_t i = 0; i < location.size(); ++i) {
+        if (std::isfinite(location[i])) continue;
+        auto fvar = m_font->GetTableT<OTfvarTable>();
+        auto axis = fvar ? fvar->GetVariationAxis(static_cast<unsigned short>(i)) : nullptr;
+        return Fail(Failure::Kind::BadLocation,
+                    axis ? Bedrock::FormatString("the value for axis '%1' is not a finite number",
+                                                 Bedrock::IDTag(axis->axisTag))
+                         : Bedrock::FormatString("axis value %1 is not a finite number", static_cast<int>(i)));
+    }
     std::vector<Fixed2_14> coordinates;
-    if (!MapVarParams(location, coordinates)) return false;
+    if (!MapVarParams(location, coordinates)) {
+        auto fvar = m_font->GetTableT<OTfvarTable>();
+        const int axes = fvar ? int(fvar->axisCount) : 0;
+        return Fail(Failure::Kind::BadLocation,
+                    Bedrock::FormatString("the location has %1 values, one per axis, but the font has %2 %3",
+                                          static_cast<int>(location.size()), axes, axes == 1 ? "axis" : "axes"));
+    }
     // The order matters: metric deltas first, outlines (whose phantom points
     // decide advances) after them, names once fvar and STAT have been used,
     // and the variation tables removed last.
@@ -137,7 +267,11 @@ bool FontInstancer::MakeInstance(std::vector<double> location) {
     ApplyGVar(m_font, coordinates);
     ApplyCVar(m_font, coordinates);
     const Utf8String name = MakePostScriptName(m_font, location);
-    if (name.IsEmpty()) return false;
+    if (name.IsEmpty()) {
+        return Fail(Failure::Kind::MissingData,
+                    "no PostScript name can be made for the instance: the font has no family name (name ID 25, 16 "
+                    "or 1) that is usable and short enough");
+    }
     ApplyName(m_font, name, location);
     for (const char* tag : {"avar", "cvar", "fvar", "gvar", "STAT", "HVAR", "VVAR", "MVAR"}) {
         m_font->RemoveTable(MakeTag(tag[0], tag[1], tag[2], tag[3]));

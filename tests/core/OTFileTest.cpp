@@ -2,10 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 #include <string>
 
 #include "TestUtil.h"
+#include "base/FileInStream.h"
 #include "base/MemoryInStream.h"
 #include "base/MemoryOutStream.h"
 #include "core/OTFont.h"
@@ -96,11 +98,31 @@ TEST(OTFile, RecognisesHeaders) {
     EXPECT_TRUE(OTFile::IsValidCollectionHeader(MakeTag("ttcf")));
     EXPECT_FALSE(OTFile::IsValidFontHeader(MakeTag("wOFF")));
 
-    auto notAFont = OpenBytes(HexBytes("774f4646 00000000 00000000"));
-    EXPECT_EQ(notAFont->GetFontCount(), 0);
-    EXPECT_FALSE(notAFont->GetFont(0));
-    EXPECT_EQ(OpenBytes({})->GetFontCount(), 0);
-    EXPECT_EQ(OpenBytes(HexBytes("4f54"))->GetFontCount(), 0);
+    // Each refusal leaves a reason that says what the bytes were.
+    const struct {
+        const char* bytes;
+        const char* reason;
+    } refused[] = {
+        {"774f4646 00000000 00000000", "WOFF"},
+        {"", "holds 0 bytes"},
+        {"4f54", "holds 2 bytes"},
+        {"3c3f786d 6c", "starts with '<?xm'"},
+        {"00000001 00000000", "starts with 0x00000001"},
+        {"74746366 00030000 00000001", "collection of version 0x00030000"},
+    };
+    for (const auto& c : refused) {
+        auto file = OpenBytes(HexBytes(c.bytes));
+        EXPECT_EQ(file->GetFontCount(), 0) << c.bytes;
+        EXPECT_FALSE(file->GetFont(0)) << c.bytes;
+        EXPECT_EQ(file->GetLastFailure().GetKind(), Failure::Kind::NotAFont) << c.bytes;
+        EXPECT_NE(std::string(file->GetLastFailure().GetMessage().c_str()).find(c.reason), std::string::npos)
+            << file->GetLastFailure().GetMessage().c_str();
+    }
+    auto font = OpenBytes(BuildFont(0x00010000, {{"maxp", MaxpBytes(3)}}));
+    EXPECT_FALSE(font->GetFont(1));
+    EXPECT_EQ(font->GetLastFailure().GetMessage(), "font index 1 is out of range: the file holds 1 font");
+    EXPECT_TRUE(font->GetFont(0));
+    EXPECT_FALSE(font->GetLastFailure());
 }
 
 TEST(OTFile, EachGetFontReadsTheFontAnew) {
@@ -223,15 +245,72 @@ TEST(OTFile, CollectionFontsSaveAsStandaloneFonts) {
     EXPECT_EQ(OpenBytes(v3.Data())->GetFontCount(), 0);
 }
 
+// A font read from one file and added to another, with no table asked for,
+// still writes every table: it reads them from its own source, even once the
+// file it was read through is gone. The result is what saving through the
+// first file gives, and every table but head (whose dates, box and checksum
+// adjustment are refreshed by any save) is the input's, byte for byte.
+TEST(OTFile, AFontAddedToAnotherFileKeepsItsUntouchedTables) {
+    const std::string path = std::string(TYPEFRAME_TEST_DATA_DIR) + "/TestTTF.ttf";
+    auto stream = Bedrock::FileInStream::Open(path.c_str(), false);
+    ASSERT_TRUE(stream);
+    std::vector<uint8_t> input(stream->GetSize());
+    ASSERT_EQ(stream->Read(input.data(), input.size()), input.size());
+
+    auto direct = OpenBytes(input);
+    ASSERT_TRUE(direct->GetFont(0));
+    direct->SetSaveTime(0);
+    const auto expected = SaveFont(direct);
+
+    auto output = Bedrock::MakeCounted<OTFile>();
+    {
+        auto source = OpenBytes(input);
+        auto font = source->GetFont(0);
+        ASSERT_TRUE(font);
+        output->AddFont(font);
+    }
+    output->SetSaveTime(0);
+    const auto saved = SaveFont(output);
+    EXPECT_EQ(saved, expected);
+
+    auto original = ReadDirectory(input);
+    const auto written = ReadDirectory(saved);
+    original.erase(std::remove_if(original.begin(), original.end(), [](const auto& e) { return e.first == "DSIG"; }),
+                   original.end());
+    ASSERT_EQ(written.size(), original.size());
+    std::map<std::string, Entry> byTag(written.begin(), written.end());
+    for (const auto& [tag, entry] : original) {
+        ASSERT_TRUE(byTag.count(tag)) << tag;
+        const Entry& out = byTag[tag];
+        ASSERT_EQ(out.length, entry.length) << tag;
+        if (tag == "head") continue;
+        EXPECT_TRUE(std::equal(input.begin() + entry.offset, input.begin() + entry.offset + entry.length,
+                               saved.begin() + out.offset))
+            << tag;
+    }
+}
+
+TEST(OTFile, SaveStampsTheTimeItIsGiven) {
+    auto file = OpenBytes(BuildFont(0x00010000, {{"maxp", MaxpBytes(3)}, {"head", HeadBytes()}}));
+    ASSERT_TRUE(file->GetFont(0));
+    file->SetSaveTime(int64_t(1700000000));
+    const auto first = SaveFont(file);
+    EXPECT_EQ(file->GetFonts()[0]->GetTableT<OTheadTable>()->modified, 1700000000);
+    EXPECT_EQ(SaveFont(file), first);
+}
+
 TEST(OTFile, SaveNeedsExactlyOneFont) {
     auto empty = Bedrock::MakeCounted<OTFile>();
     EXPECT_FALSE(empty->Save(Bedrock::MakeCounted<Bedrock::MemoryOutStream>()));
+    EXPECT_EQ(empty->GetLastFailure().GetKind(), Failure::Kind::CannotSave);
     auto two = Bedrock::MakeCounted<OTFile>();
     two->AddFont(Bedrock::MakeCounted<OTFont>());
     two->AddFont(Bedrock::MakeCounted<OTFont>());
     auto out = Bedrock::MakeCounted<Bedrock::MemoryOutStream>();
     EXPECT_FALSE(two->Save(out));
     EXPECT_TRUE(out->GetData().empty());
+    EXPECT_EQ(two->GetLastFailure().GetMessage(),
+              "the file holds 2 fonts, and only a file of exactly one can be saved");
 }
 
 TEST(OffsetTable, BinarySearchFields) {

@@ -2,9 +2,16 @@
 
 #include <gtest/gtest.h>
 
+#include <dirent.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <cstdio>
 #include <string>
 
 #include "TestUtil.h"
+#include "base/FileInStream.h"
 #include "base/MemoryInStream.h"
 #include "base/MemoryOutStream.h"
 #include "instancer/ApplyMetricVariations.h"
@@ -267,15 +274,145 @@ TEST(FontInstancer, InstancesABundledVariableFont) {
     EXPECT_EQ(instancer.GetPostScriptName(), name);
 }
 
-TEST(FontInstancer, RefusesWhatItCannotInstance) {
-    FontInstancer instancer;
+TEST(FontInstancer, RefusesWhatItCannotInstanceAndSaysWhy) {
     const std::string data = TYPEFRAME_TEST_DATA_DIR;
-    EXPECT_FALSE(instancer.LoadFont(Utf8String((data + "/TestTTF.ttf").c_str()), 0));  // static
-    EXPECT_FALSE(instancer.LoadFont(Utf8String((data + "/missing.ttf").c_str()), 0));
-    EXPECT_FALSE(instancer.LoadFont(Utf8String((data + "/PartialInstancerTest3-VF.ttf").c_str()), 1));
-    EXPECT_FALSE(instancer.LoadFont(Utf8String((data + "/PartialInstancerTest3-VF.ttf").c_str()), -1));
-    EXPECT_FALSE(instancer.LoadFont(Utf8String((data + "/PartialInstancerTest3-VF.ttf").c_str()), Utf8String("Nope")));
-    EXPECT_TRUE(instancer.LoadFont(Utf8String((data + "/PartialInstancerTest3-VF.ttf").c_str()), Utf8String()));
-    EXPECT_FALSE(instancer.MakeInstance({}));
+    const std::string vf = data + "/PartialInstancerTest3-VF.ttf";
+    const struct {
+        std::string path;
+        int index;
+        const char* name;  // by PostScript name when not null
+        Failure::Kind kind;
+        const char* reason;
+    } refused[] = {
+        {data + "/TestTTF.ttf", 0, nullptr, Failure::Kind::NotVariable, "static"},
+        {data + "/missing.ttf", 0, nullptr, Failure::Kind::CannotOpen, "No such file"},
+        {data, 0, nullptr, Failure::Kind::CannotOpen, "not a regular file"},
+        {data + "/README.md", 0, nullptr, Failure::Kind::NotAFont, "not a font file"},
+        {vf, 1, nullptr, Failure::Kind::NoSuchFont, "out of range"},
+        {vf, -1, nullptr, Failure::Kind::NoSuchFont, "out of range"},
+        {vf, 0, "Nope", Failure::Kind::NoSuchFont, "'Nope'"},
+    };
+    for (const auto& c : refused) {
+        FontInstancer instancer;
+        const Utf8String path(c.path.c_str());
+        EXPECT_FALSE(c.name ? instancer.LoadFont(path, Utf8String(c.name)) : instancer.LoadFont(path, c.index));
+        EXPECT_EQ(instancer.GetLastFailure().GetKind(), c.kind) << c.path;
+        EXPECT_NE(std::string(instancer.GetLastFailure().GetMessage().c_str()).find(c.reason), std::string::npos)
+            << instancer.GetLastFailure().GetMessage().c_str();
+    }
+
+    FontInstancer instancer;
+    EXPECT_FALSE(instancer.MakeInstance({400}));
+    EXPECT_EQ(instancer.GetLastFailure().GetKind(), Failure::Kind::NoFont);
     EXPECT_FALSE(instancer.LoadFont(Bedrock::MakeCounted<OTFont>()));
+    EXPECT_TRUE(instancer.LoadFont(Utf8String(vf.c_str()), Utf8String()));
+    EXPECT_FALSE(instancer.GetLastFailure());
+    EXPECT_FALSE(instancer.MakeInstance({}));
+    EXPECT_EQ(instancer.GetLastFailure().GetMessage(),
+              "the location has 0 values, one per axis, but the font has 1 axis");
+}
+
+// A value that is no number would be clamped to the axis minimum and name the
+// instance "nan": it is refused before anything changes. Out-of-range values
+// are still clamped, and the name keeps the value asked for.
+TEST(FontInstancer, RefusesValuesThatAreNoNumbers) {
+    const std::string vf = std::string(TYPEFRAME_TEST_DATA_DIR) + "/PartialInstancerTest3-VF.ttf";
+    for (double bad : {std::nan(""), HUGE_VAL, -HUGE_VAL}) {
+        FontInstancer instancer;
+        ASSERT_TRUE(instancer.LoadFont(Utf8String(vf.c_str()), 0));
+        EXPECT_FALSE(instancer.MakeInstance({bad}));
+        EXPECT_EQ(instancer.GetLastFailure().GetMessage(), "the value for axis 'wght' is not a finite number");
+        EXPECT_TRUE(instancer.GetFont()->GetTableForTag(MakeTag("fvar")));
+        EXPECT_FALSE(instancer.MakeInstanceAt({{MakeTag("wght"), bad}}));
+    }
+    FontInstancer instancer;
+    ASSERT_TRUE(instancer.LoadFont(Utf8String(vf.c_str()), 0));
+    std::vector<Fixed2_14> coordinates;
+    ASSERT_TRUE(instancer.MapVarParams({5000}, coordinates));
+    EXPECT_EQ(coordinates[0].GetRaw(), 16384);
+}
+
+TEST(FontInstancer, TakesALocationByTags) {
+    const std::string vf = std::string(TYPEFRAME_TEST_DATA_DIR) + "/PartialInstancerTest3-VF.ttf";
+    FontInstancer instancer;
+    ASSERT_TRUE(instancer.LoadFont(Utf8String(vf.c_str()), 0));
+    std::vector<double> location;
+    ASSERT_TRUE(instancer.GetUserLocation({}, location));
+    EXPECT_EQ(location, std::vector<double>{400});  // the default
+    ASSERT_TRUE(instancer.GetUserLocation({{MakeTag("wght"), 550}}, location));
+    EXPECT_EQ(location, std::vector<double>{550});
+    EXPECT_FALSE(instancer.GetUserLocation({{MakeTag("wdth"), 80}}, location));
+    EXPECT_EQ(instancer.GetLastFailure().GetMessage(), "the font has no axis 'wdth'");
+    EXPECT_FALSE(instancer.GetUserLocation({{MakeTag("wght"), 500}, {MakeTag("wght"), 600}}, location));
+    EXPECT_EQ(instancer.GetLastFailure().GetMessage(), "axis 'wght' is given twice");
+
+    ASSERT_TRUE(instancer.MakeInstanceAt({{MakeTag("wght"), 550}}));
+    FontInstancer byValues;
+    ASSERT_TRUE(byValues.LoadFont(Utf8String(vf.c_str()), 0));
+    ASSERT_TRUE(byValues.MakeInstance({550}));
+    EXPECT_EQ(instancer.GetPostScriptName(), byValues.GetPostScriptName());
+}
+
+// With the save time and the seed fixed, the same instance twice is the same
+// bytes, hashed PostScript names included.
+TEST(FontInstancer, FixedClockAndSeedGiveIdenticalBytes) {
+    const std::string vf = std::string(TYPEFRAME_TEST_DATA_DIR) + "/PartialInstancerTest3-VF.ttf";
+    auto make = [&]() {
+        FontInstancer instancer;
+        instancer.SetSaveTime(int64_t(1234567890));
+        EXPECT_TRUE(instancer.LoadFont(Utf8String(vf.c_str()), 0));
+        EXPECT_TRUE(instancer.MakeInstance({550}));
+        auto out = Bedrock::MakeCounted<Bedrock::MemoryOutStream>();
+        EXPECT_TRUE(instancer.SaveFont(Bedrock::Counted<Bedrock::OutStream>(out)));
+        return out->GetData();
+    };
+    EXPECT_EQ(make(), make());
+
+    auto hashed = [](uint32_t seed) {
+        FontInstancer instancer;
+        instancer.SetRandomSeed(seed);
+        return instancer.MakePostScriptName(VariableFont(std::string(55, 'F')), {700.25});
+    };
+    EXPECT_EQ(hashed(7), hashed(7));
+    EXPECT_NE(hashed(7), hashed(8));
+}
+
+// Saving to a path checks first and publishes last: nothing is made when
+// there is nothing to save, and a file that stood there stays until the new
+// one is complete.
+TEST(FontInstancer, SavingToAPathLeavesNothingHalfDone) {
+    const std::string folder = ::testing::TempDir() + "typeframe-save-" + std::to_string(::getpid());
+    ASSERT_EQ(::mkdir(folder.c_str(), 0777), 0);
+    const std::string target = folder + "/out.ttf";
+    auto entries = [&]() {
+        int count = 0;
+        if (DIR* dir = ::opendir(folder.c_str())) {
+            while (dirent* entry = ::readdir(dir)) count += entry->d_name[0] != '.';
+            ::closedir(dir);
+        }
+        return count;
+    };
+
+    FontInstancer instancer;
+    EXPECT_FALSE(instancer.SaveFont(Utf8String(target.c_str())));
+    EXPECT_EQ(instancer.GetLastFailure().GetKind(), Failure::Kind::NoFont);
+    EXPECT_EQ(entries(), 0);
+
+    const std::string vf = std::string(TYPEFRAME_TEST_DATA_DIR) + "/PartialInstancerTest3-VF.ttf";
+    ASSERT_TRUE(instancer.LoadFont(Utf8String(vf.c_str()), 0));
+    ASSERT_TRUE(instancer.MakeInstance({550}));
+    EXPECT_FALSE(instancer.SaveFont(Utf8String((folder + "/missing/out.ttf").c_str())));
+    EXPECT_EQ(instancer.GetLastFailure().GetKind(), Failure::Kind::CannotWrite);
+    EXPECT_EQ(entries(), 0);
+
+    EXPECT_TRUE(instancer.SaveFont(Utf8String(target.c_str())));
+    EXPECT_FALSE(instancer.GetLastFailure());
+    EXPECT_EQ(entries(), 1);  // the font, and no temporary file beside it
+    auto file = Bedrock::MakeCounted<OTFile>();
+    file->Load(Bedrock::FileInStream::Open(target.c_str(), false));
+    auto saved = file->GetFont(0);
+    ASSERT_TRUE(saved);
+    EXPECT_FALSE(saved->IsVariable());
+    std::remove(target.c_str());
+    ::rmdir(folder.c_str());
 }
