@@ -26,6 +26,7 @@ set(TYPEFRAME_CORE_SOURCES
   core/OffsetTable.cpp
   core/TTCHeader.cpp
   core/TableManager.cpp
+  core/TableRegistry.cpp
   core/Tag.cpp
   core/Util.cpp
 )

@@ -10,6 +10,7 @@
 #include "core/OffsetTable.h"
 #include "core/TTCHeader.h"
 #include "core/TableManager.h"
+#include "core/TableRegistry.h"
 #include "tables/OTheadTable.h"
 
 namespace Typeframe {
@@ -166,16 +167,8 @@ Bedrock::Counted<BigEndianBuffer> OTFile::ReadBuffer(Bedrock::InStreamSeekable& 
 unsigned long OTFile::GetBufferSize() const { return m_stream ? m_stream->GetSize() : 0; }
 
 std::vector<Tag> OTFile::GetTableTags(Bedrock::Counted<OTFont> font) const {
-    if (font && font->ContainsTrueTypeOutlines()) {
-        return {MakeTag("head"), MakeTag("hhea"), MakeTag("maxp"), MakeTag("OS/2"), MakeTag("hmtx"),
-                MakeTag("LTSH"), MakeTag("VDMX"), MakeTag("hdmx"), MakeTag("cmap"), MakeTag("fpgm"),
-                MakeTag("prep"), MakeTag("cvt "), MakeTag("loca"), MakeTag("glyf"), MakeTag("kern"),
-                MakeTag("name"), MakeTag("post"), MakeTag("gasp"), MakeTag("PCLT")};
-    }
-    if (font && font->ContainsPostScriptOutlines()) {
-        return {MakeTag("head"), MakeTag("hhea"), MakeTag("maxp"), MakeTag("OS/2"), MakeTag("hmtx"),
-                MakeTag("cmap"), MakeTag("name"), MakeTag("post"), MakeTag("CFF ")};
-    }
+    if (font && font->ContainsTrueTypeOutlines()) return TableRegistry::GetTrueTypeOrder();
+    if (font && font->ContainsPostScriptOutlines()) return TableRegistry::GetPostScriptOrder();
     return {};
 }
 

@@ -13,31 +13,11 @@
 #include "truetype/OTglyfTable.h"
 #include "variations/OTcvarTable.h"
 #include "variations/OTgvarTable.h"
+#include "variations/RegionScalar.h"
 
 namespace Typeframe {
 
 namespace {
-
-constexpr double kF2Dot14Unit = 6.103515625e-5;  // 2^-14
-
-// The factor of one axis of a tuple's region at coordinate c. The region
-// tests come first; `quotient` gives the ramp's value between the edge and
-// the peak, from the coordinate's side of the peak.
-template <class Quotient>
-double RegionFactor(const TupleVariation::Region& region, Fixed2_14 c, Quotient quotient) {
-    const Fixed2_14 zero;
-    const Fixed2_14 start = region.start;
-    const Fixed2_14 peak = region.peak;
-    const Fixed2_14 end = region.end;
-    // A malformed region, a zero peak and a region across the default all
-    // leave the axis out of the product.
-    if (start > peak || peak > end) return 1.0;
-    if (peak == zero) return 1.0;
-    if (start < zero && end > zero) return 1.0;
-    if (c < start || c > end) return 0.0;
-    if (c == peak) return 1.0;
-    return c < peak ? quotient(c, start, peak) : quotient(end, c, peak, true);
-}
 
 template <class Quotient>
 double TupleScalar(const TupleVariation& tuple, const std::vector<Fixed2_14>& coordinates, Quotient quotient) {
@@ -47,7 +27,7 @@ double TupleScalar(const TupleVariation& tuple, const std::vector<Fixed2_14>& co
         TupleVariation::Region region;
         if (!tuple.GetRegion(a, region)) continue;
         const Fixed2_14 c = static_cast<size_t>(a) < coordinates.size() ? coordinates[a] : Fixed2_14();
-        scalar *= RegionFactor(region, c, quotient);
+        scalar *= RegionAxisFactor(region.start, region.peak, region.end, c, quotient);
         if (scalar == 0.0) break;
     }
     return scalar;
@@ -61,24 +41,11 @@ double RoundHalfUp(double value) { return std::floor(value + 0.5); }
 }  // namespace
 
 double GetGlyphTupleScalar(const TupleVariation& tuple, const std::vector<Fixed2_14>& coordinates) {
-    // Below the peak (c - start) / (peak - start); above it (end - c) /
-    // (end - peak); in doubles from the 2.14 values.
-    auto quotient = [](Fixed2_14 a, Fixed2_14 b, Fixed2_14 peak, bool above = false) {
-        const double x = a.GetRaw() * kF2Dot14Unit;
-        const double y = b.GetRaw() * kF2Dot14Unit;
-        const double p = peak.GetRaw() * kF2Dot14Unit;
-        return above ? (x - y) / (x - p) : (x - y) / (p - y);
-    };
-    return TupleScalar(tuple, coordinates, quotient);
+    return TupleScalar(tuple, coordinates, RegionQuotient::InDoubles);
 }
 
 double GetCvtTupleScalar(const TupleVariation& tuple, const std::vector<Fixed2_14>& coordinates) {
-    // Deliberately divided in 2.14 and rounded there, so control values may
-    // differ from a computation in doubles in the last places.
-    auto quotient = [](Fixed2_14 a, Fixed2_14 b, Fixed2_14 peak, bool above = false) {
-        return above ? ((a - b) / (a - peak)).ToDouble() : ((a - b) / (peak - b)).ToDouble();
-    };
-    return TupleScalar(tuple, coordinates, quotient);
+    return TupleScalar(tuple, coordinates, RegionQuotient::Fixed2_14Division);
 }
 
 namespace {

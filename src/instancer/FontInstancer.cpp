@@ -10,12 +10,14 @@
 #include "base/Format.h"
 #include "base/IDTag.h"
 #include "base/ToString.h"
+#include "core/TableRegistry.h"
 #include "instancer/ApplyGlyphVariations.h"
 #include "instancer/ApplyMetricVariations.h"
 #include "tables/OTnameTable.h"
 #include "variations/OTMVARTable.h"
 #include "variations/OTavarTable.h"
 #include "variations/OTfvarTable.h"
+#include "variations/RegionScalar.h"
 
 namespace Typeframe {
 
@@ -273,9 +275,7 @@ bool FontInstancer::MakeInstance(std::vector<double> location) {
                     "or 1) that is usable and short enough");
     }
     ApplyName(m_font, name, location);
-    for (const char* tag : {"avar", "cvar", "fvar", "gvar", "STAT", "HVAR", "VVAR", "MVAR"}) {
-        m_font->RemoveTable(MakeTag(tag[0], tag[1], tag[2], tag[3]));
-    }
+    for (Tag tag : TableRegistry::GetTagsDroppedFromInstances()) m_font->RemoveTable(tag);
     return true;
 }
 
@@ -396,26 +396,13 @@ bool FontInstancer::ApplyVariation(int& value, const DeltaSetIndexMap::IndexEntr
         double scalar = 1.0;
         ItemVariationStore::VariationRegion region;
         if (store.GetVariationRegion(static_cast<unsigned short>(r), region)) {
-            for (size_t a = 0; a < region.axes.size(); ++a) {
+            for (size_t a = 0; a < region.axes.size() && scalar != 0.0; ++a) {
                 ItemVariationStore::VariationRegion::Region axis;
                 if (!region.GetRegion(static_cast<unsigned short>(a), axis)) continue;
-                const Fixed2_14 start = axis.start, peak = axis.peak, end = axis.end;
-                if (start > peak || peak > end) continue;
-                if (peak.GetRaw() == 0) continue;
-                if (start.GetRaw() < 0 && end.GetRaw() > 0) continue;
                 // A region axis the location does not reach counts fully.
                 if (a >= coordinates.size()) continue;
-                const Fixed2_14 c = coordinates[a];
-                if (c < start || c > end) {
-                    scalar = 0;
-                    break;
-                }
-                if (c == peak) continue;
-                if (c < peak) {
-                    scalar *= (c - start).ToDouble() / (peak - start).ToDouble();
-                } else {
-                    scalar *= (end - c).ToDouble() / (end - peak).ToDouble();
-                }
+                scalar *= RegionAxisFactor(axis.start, axis.peak, axis.end, coordinates[a],
+                                           RegionQuotient::Fixed2_14Differences);
             }
         }
         total += deltas[r] * scalar;
