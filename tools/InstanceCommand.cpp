@@ -12,13 +12,16 @@
 #include <cstdio>
 #include <cstring>
 #include <map>
+#include <cstdlib>
 #include <memory>
+#include <optional>
 #include <string>
 #include <system_error>
 #include <vector>
 
 #include "base/Counted.h"
 #include "base/FileOutStream.h"
+#include "base/FixedPoint.h"
 #include "base/String.h"
 #include "core/OTFile.h"
 #include "core/OTFont.h"
@@ -34,15 +37,10 @@ namespace TypeframeTool {
 
 namespace {
 
-// Why MakeInstance fails on a font that loaded: the instance's PostScript
-// name is built from a family name, and there is none it can use.
-constexpr const char* kNoInstance =
-    "no instance could be made: it needs a readable family name (name ID 25, 16 or 1) to build its PostScript "
-    "name from";
-
 struct AxisSetting {
     Typeframe::Tag tag = 0;
     double value = 0;
+    std::string text;  // as given, for messages
 };
 
 struct InstanceRequest {
@@ -83,6 +81,7 @@ bool ParseAxisSetting(const std::string& argument, std::vector<AxisSetting>& set
     const std::string tagText = argument.substr(0, equals);
     const std::string valueText = argument.substr(equals + 1);
     AxisSetting setting;
+    setting.text = valueText;
     if (!ParseTableTag(tagText, setting.tag)) {
         ReportError("instance", "invalid axis tag '" + tagText + "' in '" + argument + "' (one to four characters)");
         return false;
@@ -230,17 +229,67 @@ bool CheckFont(const InstanceRequest& request, int& index) {
     return true;
 }
 
+// Applies SOURCE_DATE_EPOCH: a fixed save time, and a fixed seed for the
+// letters of shortened PostScript names, so that two runs give the same
+// bytes.
+void MakeReproducible(Typeframe::FontInstancer& instancer) {
+    if (const auto epoch = SourceDateEpoch()) {
+        instancer.SetSaveTime(*epoch);
+        instancer.SetRandomSeed(static_cast<uint32_t>(*epoch));
+    }
+}
+
 bool LoadInstancer(const InstanceRequest& request, int index, Typeframe::FontInstancer& instancer) {
+    MakeReproducible(instancer);
     const bool loaded = request.byName
                             ? instancer.LoadFont(Bedrock::Utf8String(request.inPath), Bedrock::Utf8String(request.name))
                             : instancer.LoadFont(Bedrock::Utf8String(request.inPath), index);
     if (!loaded) {
         // The checks above passed, so the file changed in between or one of
-        // its tables can't be read.
-        ReportError(request.inPath, "the font cannot be loaded for instancing");
+        // its tables can't be read; the instancer says which.
+        ReportError(request.inPath, std::string("the font cannot be loaded for instancing: ") +
+                                        instancer.GetLastFailure().GetMessage().c_str());
         return false;
     }
     return true;
+}
+
+// The tables an instance still carries variation data in, because the
+// instancer does not resolve them yet; each with what is left in it.
+std::vector<std::string> UninstancedTables(const Typeframe::OTFont& font) {
+    using Typeframe::MakeTag;
+    std::vector<std::string> kept;
+    // True when the table's version is at least `minor` (of major 1) and the
+    // 32-bit offset at `at` is set.
+    auto hasOffset = [&](Typeframe::Tag tag, uint16_t minor, unsigned long at) {
+        auto table = font.GetTableForTag(tag);
+        auto buffer = table ? table->GetBuffer() : nullptr;
+        if (!buffer || buffer->GetLength() < at + 4) return false;
+        const unsigned char* bytes = buffer->GetBuffer();
+        const unsigned version =
+            (unsigned(bytes[0]) << 24) | (unsigned(bytes[1]) << 16) | (unsigned(bytes[2]) << 8) | bytes[3];
+        const unsigned offset = (unsigned(bytes[at]) << 24) | (unsigned(bytes[at + 1]) << 16) |
+                                (unsigned(bytes[at + 2]) << 8) | bytes[at + 3];
+        return version >= (0x00010000u | minor) && (version >> 16) == 1 && offset != 0;
+    };
+    if (hasOffset(MakeTag("BASE"), 1, 8)) kept.push_back("BASE (variation store)");
+    if (hasOffset(MakeTag("GDEF"), 3, 14)) kept.push_back("GDEF (variation store)");
+    if (hasOffset(MakeTag("GPOS"), 1, 10)) kept.push_back("GPOS (feature variations)");
+    if (hasOffset(MakeTag("GSUB"), 1, 10)) kept.push_back("GSUB (feature variations)");
+    if (font.GetTableForTag(MakeTag("CFF2"))) kept.push_back("CFF2 (outlines and blends)");
+    return kept;
+}
+
+// One line on stderr when the instance keeps variation data the instancer
+// can't resolve yet: the file is written, but it is not yet a fully static
+// font, and some checkers reject it.
+void NoteUninstanced(const std::string& path, const Typeframe::OTFont& font) {
+    const auto kept = UninstancedTables(font);
+    if (kept.empty()) return;
+    std::string list;
+    for (const auto& table : kept) list += (list.empty() ? "" : ", ") + table;
+    std::fprintf(stderr, "typeframe: note: %s: kept uninstanced, not yet resolved by the instancer: %s\n",
+                 Printable(path).c_str(), list.c_str());
 }
 
 std::string AxisList(const Typeframe::OTfvarTable& fvar) {
@@ -249,7 +298,24 @@ std::string AxisList(const Typeframe::OTfvarTable& fvar) {
     return list.empty() ? "none" : list;
 }
 
-// One user value per axis: the default, or the value given for its tag.
+// A 16.16 axis value as short as it reads back: 400, 87.5, -12.25.
+std::string AxisValueText(Typeframe::Fixed16_16 value) {
+    char text[32];
+    for (int places = 0; places <= 5; ++places) {
+        const auto result =
+            std::to_chars(text, text + sizeof(text), value.ToDouble(), std::chars_format::fixed, places);
+        if (result.ec != std::errc()) break;
+        double back = 0;
+        std::from_chars(text, result.ptr, back);
+        if (places == 5 || std::llround(back * 65536.0) == value.GetRaw()) return std::string(text, result.ptr);
+    }
+    return std::to_string(value.ToDouble());
+}
+
+// One user value per axis: the default, or the value given for its tag. A
+// value outside the axis's range is refused rather than clamped, so that
+// the file is never named after a location it does not hold; the extremes
+// are there to ask for.
 bool BuildLocation(const std::string& path, const Typeframe::OTfvarTable& fvar,
                    const std::vector<AxisSetting>& settings, std::vector<double>& location) {
     location.clear();
@@ -257,7 +323,14 @@ bool BuildLocation(const std::string& path, const Typeframe::OTfvarTable& fvar,
     for (const auto& setting : settings) {
         bool found = false;
         for (size_t i = 0; i < fvar.axes.size(); ++i) {
-            if (fvar.axes[i]->axisTag != setting.tag) continue;
+            const auto& axis = *fvar.axes[i];
+            if (axis.axisTag != setting.tag) continue;
+            if (setting.value < axis.minValue.ToDouble() || setting.value > axis.maxValue.ToDouble()) {
+                ReportError(path, "the value " + setting.text + " for axis '" + TagText(setting.tag) +
+                                      "' is outside its range, " + AxisValueText(axis.minValue) + " to " +
+                                      AxisValueText(axis.maxValue));
+                return false;
+            }
             location[i] = setting.value;
             found = true;
         }
@@ -290,11 +363,13 @@ bool WriteFont(const Bedrock::Counted<Typeframe::OTFont>& font, const std::strin
     auto saver = Bedrock::MakeCounted<Typeframe::OTFile>();
     const auto previousFile = font->GetFile();
     saver->AddFont(font);
+    if (const auto epoch = SourceDateEpoch()) saver->SetSaveTime(*epoch);
     const bool saved = saver->Save(stream);
     font->SetFile(previousFile);
     if (!saved) {
         stream->Close();
-        ReportError(inPath, "the instance could not be saved");
+        ReportError(inPath,
+                    std::string("the instance could not be saved: ") + saver->GetLastFailure().GetMessage().c_str());
         return false;
     }
     errno = 0;
@@ -319,7 +394,9 @@ int RunOne(const InstanceRequest& request) {
     std::vector<double> location;
     if (!fvar) return ReportError(request.inPath, "the 'fvar' table cannot be read");
     if (!BuildLocation(request.inPath, *fvar, request.settings, location)) return 1;
-    if (!instancer.MakeInstance(location)) return ReportError(request.inPath, kNoInstance);
+    if (!instancer.MakeInstance(location)) {
+        return ReportError(request.inPath, instancer.GetLastFailure().GetMessage().c_str());
+    }
     const std::string postScriptName = instancer.GetPostScriptName().c_str();
     if (postScriptName.empty()) {
         return ReportError(request.inPath, "the instance has no PostScript name (the font has no name ID 6 to set)");
@@ -331,6 +408,7 @@ int RunOne(const InstanceRequest& request) {
     if (!output.Commit(error)) {
         return ReportError(request.outPath, "cannot rename the finished file into place: " + error);
     }
+    NoteUninstanced(request.outPath, *font);
     std::printf("%s\n", Printable(postScriptName).c_str());
     return std::fflush(stdout) == 0 ? 0 : ReportError(request.outPath, "cannot write the report");
 }
@@ -380,8 +458,10 @@ int WriteAllNamed(const InstanceRequest& request, Typeframe::FontInstancer& base
         for (const auto& coordinate : record.coordinates) location.push_back(coordinate.ToDouble());
 
         Typeframe::FontInstancer instancer;
+        MakeReproducible(instancer);
         if (!instancer.LoadFont(font->Clone()) || !instancer.MakeInstance(location)) {
-            return ReportError(request.inPath, InstanceLabel(*font, record, i) + ": " + kNoInstance);
+            return ReportError(request.inPath, InstanceLabel(*font, record, i) + ": " +
+                                                   instancer.GetLastFailure().GetMessage().c_str());
         }
         const std::string postScriptName = instancer.GetPostScriptName().c_str();
         if (postScriptName.empty()) {
@@ -411,6 +491,7 @@ int WriteAllNamed(const InstanceRequest& request, Typeframe::FontInstancer& base
         for (size_t j = 0; j < i; ++j) std::remove((folder + written[j].postScriptName + extension).c_str());
         return ReportError(failed, "cannot rename the finished file into place: " + error);
     }
+    if (!written.empty()) NoteUninstanced(request.outDir, *font);
     for (const auto& instance : written) std::printf("%s\n", instance.postScriptName.c_str());
     return std::fflush(stdout) == 0 ? 0 : ReportError(request.outDir, "cannot write the report");
 }

@@ -146,6 +146,7 @@ int RunSave(const Arguments& arguments) {
         saver->AddFont(font);
     }
 
+    if (const auto epoch = SourceDateEpoch()) saver->SetSaveTime(*epoch);
     TemporaryFile output(outPath);
     std::string error;
     if (!output.Create(error)) return ReportError(outPath, "cannot create: " + error);
@@ -154,7 +155,8 @@ int RunSave(const Arguments& arguments) {
     if (!stream) return ReportError(outPath, std::string("cannot create: ") + std::strerror(errno ? errno : EIO));
     if (!saver->Save(stream)) {
         stream->Close();
-        return ReportError(inPath, FontName(opened, index) + " could not be saved");
+        return ReportError(
+            inPath, FontName(opened, index) + " could not be saved: " + saver->GetLastFailure().GetMessage().c_str());
     }
     errno = 0;
     if (!stream->Close())

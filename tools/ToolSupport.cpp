@@ -3,6 +3,9 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <charconv>
+#include <cstdlib>
+#include <cstring>
 #include <cstdio>
 #include <cstring>
 
@@ -101,6 +104,18 @@ bool ParseTableTag(const std::string& text, Typeframe::Tag& tag) {
     }
     tag = Typeframe::MakeTag(chars[0], chars[1], chars[2], chars[3]);
     return true;
+}
+
+// The time that SOURCE_DATE_EPOCH gives, as build systems set it for
+// reproducible output; unset when it is absent or not a plain number.
+std::optional<int64_t> SourceDateEpoch() {
+    const char* text = std::getenv("SOURCE_DATE_EPOCH");
+    if (!text || !*text) return std::nullopt;
+    int64_t seconds = 0;
+    const char* end = text + std::strlen(text);
+    const auto [last, error] = std::from_chars(text, end, seconds);
+    if (error != std::errc() || last != end || seconds < 0) return std::nullopt;
+    return seconds;
 }
 
 std::string TagText(Typeframe::Tag tag) { return Typeframe::TagToString(tag).c_str(); }

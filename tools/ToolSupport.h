@@ -5,6 +5,7 @@
 // line.
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -49,6 +50,11 @@ bool ParseIndex(const std::string& text, int& index);
 bool ParseTableTag(const std::string& text, Typeframe::Tag& tag);
 
 std::string TagText(Typeframe::Tag tag);
+
+// The time that SOURCE_DATE_EPOCH gives, as build systems set it for
+// reproducible output: saved fonts are stamped with it. Unset when it is
+// absent or not a plain number of seconds.
+std::optional<int64_t> SourceDateEpoch();
 
 struct OpenedFontFile {
     Bedrock::Counted<Typeframe::OTFile> file;

@@ -9,7 +9,9 @@ recursively; a PATH that doesn't exist is noted and passed over) is
 instanced twice, at its default location and with every axis halfway
 between its minimum and maximum, and each output is checked:
 
-- exit status 0, nothing on stderr, one line on stdout: the PostScript name;
+- exit status 0, one line on stdout: the PostScript name, and nothing on
+  stderr but the note that names the tables kept uninstanced, exactly when
+  the output still holds variation data the instancer doesn't resolve yet;
 - none of avar cvar fvar gvar STAT HVAR VVAR MVAR is left;
 - every name ID 6 record decodes (fontTools' toUnicode) to the printed name;
 - fontTools opens the output and decompiles every table it could decompile
@@ -54,11 +56,16 @@ def run_tool(tool, arguments):
             result.stderr.decode("utf-8", "replace"))
 
 
+NOTE = "typeframe: note: "
+
+
 def status_problems(label, status, stdout, stderr, lines=1):
     if status != 0:
         what = "killed by signal %d" % -status if status < 0 else "exit %d" % status
         return ["%s: %s: %s" % (label, what, stderr.strip())]
     problems = []
+    # The note on what stays uninstanced is judged by note_problems.
+    stderr = "".join(line for line in stderr.splitlines(True) if not line.startswith(NOTE))
     if stderr:
         problems.append("%s: wrote to stderr: %r" % (label, stderr[:200]))
     if lines is not None and len(stdout.splitlines()) != lines:
@@ -117,6 +124,30 @@ def without_pending(data):
             data[offset + field:offset + field + 4] = bytes(4)
             cut.append(tag + (" variation store" if tag == "GDEF" else " FeatureVariations"))
     return bytes(data), cut
+
+
+def pending_tables(path):
+    """The tables of an output that still hold variation data: those
+    without_pending cuts, and CFF2."""
+    with open(path, "rb") as handle:
+        data = handle.read()
+    tags = [part.split()[0] for part in without_pending(data)[1]]
+    if "CFF2" in table_ranges(data):
+        tags.append("CFF2")
+    return tags
+
+
+def note_problems(label, stderr, path):
+    """The tool's note on stderr must name every table that stays
+    uninstanced, and come only when there is one."""
+    notes = [line for line in stderr.splitlines() if line.startswith(NOTE)]
+    pending = pending_tables(path)
+    if not pending:
+        return ["%s: a note though nothing stays uninstanced: %r" % (label, notes)] if notes else []
+    if len(notes) != 1:
+        return ["%s: %d notes on stderr for the uninstanced %s, expected 1" % (label, len(notes), pending)]
+    missing = [tag for tag in pending if tag not in notes[0]]
+    return ["%s: the note %r does not name %s" % (label, notes[0], missing)] if missing else []
 
 
 def ots_problems(path, workdir, notes):
@@ -236,6 +267,8 @@ def check_all_named(tool, path, font, input_ots, workdir, notes):
             problems.append("--all-named: names %s don't end with their subfamily" % wrong)
     for name in printed:
         problems += output_problems(os.path.join(statics, name + extension), name, input_ots, workdir, notes)
+    if printed:
+        problems += note_problems("--all-named", stderr, os.path.join(statics, printed[0] + extension))
     notes.add("%d named instances" % count)
     return problems
 
@@ -326,6 +359,7 @@ def check_font(tool, path, ots):
             if not failed:
                 problems += ["%s: %s" % (label, p) for p in
                              output_problems(out, stdout.strip(), input_ots, workdir, notes, decompiled)]
+                problems += note_problems(label, stderr, out)
             if os.path.exists(out):
                 os.remove(out)
         problems += info_problems(tool, path, font)
