@@ -5,11 +5,17 @@ namespace TypeframeTool {
 const std::vector<Command>& GetCommands() {
     static const std::vector<Command> commands = {
         {"info", "show the kind of a font file and each font's tables",
-         "usage: typeframe info FONT\n"
+         "usage: typeframe info [--json] FONT\n"
          "\n"
          "Shows the kind of FONT (TrueType, OpenType (CFF), or a ttcf collection)\n"
          "and, for each of its fonts, the sfnt version, glyph count, units per em\n"
-         "and the table directory: tag, checksum, offset and length of each table.\n",
+         "and the table directory: tag, checksum, offset and length of each table.\n"
+         "\n"
+         "A variable font also shows its axes and named instances.\n"
+         "\n"
+         "  --json   print the report as one JSON document, for scripts. It also\n"
+         "           says of each table whether the library parses it and whether\n"
+         "           its directory entry can be loaded.\n",
          RunInfo},
         {"save", "write one font of a file or collection as a standalone font",
          "usage: typeframe save IN OUT [--index N] [--rebuild TAG,...|all]\n"

@@ -6,22 +6,27 @@ usage: cli_test.py TOOL DATA_DIR (errors | hostile | instance)
 errors:   usage, help and version; every kind of bad input gives exit status
           1, exactly one line on stderr naming the file (or command) and the
           reason, and no output file, not even a temporary one; a failed save
-          leaves an existing output untouched.
+          leaves an existing output untouched. `info --json` of a font and of
+          a collection gives the facts of the table directory.
 hostile:  damaged fonts (truncated, directory offsets and lengths past the end
           or wrapping, numTables 65535, a collection counting 0xFFFFFFFF
           fonts, fvar counts and sizes that don't fit) never make `info`,
           `save` or `instance` die by a signal or hang; they end with status 0
-          or 1, and status 1 leaves no output behind.
+          or 1, and status 1 leaves no output behind; `info --json` prints
+          JSON that parses or nothing.
 instance: `instance` and `instance --all-named` on the bundled variable font
           and patched copies of it: the same rules for every bad argument and
           font, and for good runs one PostScript name printed per file
           written, which is the name ID 6 of that file, and no variation
-          tables left in it.
+          tables left in it. `info --json` of the variable font gives its
+          axes and instances, whatever the locale, and keeps names holding
+          quotes, backslashes and control characters intact.
 
 DATA_DIR is the project's tests/data. Prints one line per case and a summary;
 exit 0 when all pass, 1 otherwise.
 """
 
+import json
 import os
 import shutil
 import struct
@@ -95,6 +100,23 @@ class Runner:
         self.report(name, problems)
         return text
 
+    def expect_json(self, name, arguments):
+        """Like expect_success, for a stdout that must be one JSON document in
+        UTF-8; returns the document, or None when there is none."""
+        status, out, err = self.run(*arguments)
+        problems = []
+        if status != 0:
+            problems.append("status %s: %s" % (status, err.decode("utf-8", "replace").strip()))
+        if err:
+            problems.append("wrote to stderr: %r" % err[:200])
+        document = None
+        try:
+            document = json.loads(out.decode("utf-8"))
+        except ValueError as error:
+            problems.append("stdout is not JSON in UTF-8: %s" % error)
+        self.report(name, problems)
+        return document
+
 
 def read(path):
     with open(path, "rb") as handle:
@@ -143,6 +165,33 @@ def entry_index(font, tag):
 VARIABLE_FONT = "PartialInstancerTest3-VF.ttf"  # wght 400-700, instances "Regular" at 400 and at 700
 VARIATION_TABLES = (b"avar", b"cvar", b"fvar", b"gvar", b"STAT", b"HVAR", b"VVAR", b"MVAR")
 FVAR_FIELDS = {"axesArrayOffset": 4, "axisCount": 8, "axisSize": 10, "instanceCount": 12, "instanceSize": 14}
+
+
+def directory(font):
+    """(tag, offset, length) of each directory entry of a single font."""
+    entries = [struct.unpack_from(">4sIII", font, 12 + 16 * i) for i in range(struct.unpack_from(">H", font, 4)[0])]
+    return [(tag.decode("latin-1"), offset, length) for tag, _, offset, length in entries]
+
+
+def json_problems(document, kind, fonts):
+    """What differs between an `info --json` document and the expected kind
+    and, for each font, the expected values of some of its members."""
+    if document is None:
+        return ["no document"]
+    problems = []
+    if document.get("kind") != kind:
+        problems.append("kind %r, expected %r" % (document.get("kind"), kind))
+    if len(document.get("fonts", [])) != len(fonts):
+        return problems + ["%d fonts, expected %d" % (len(document.get("fonts", [])), len(fonts))]
+    for i, (font, expected) in enumerate(zip(document["fonts"], fonts)):
+        problems += ["font %d: %s is %r, expected %r" % (i, key, font.get(key), value)
+                     for key, value in expected.items() if font.get(key) != value]
+    return problems
+
+
+def json_tables(font):
+    """tag -> the table objects of one font of an `info --json` document."""
+    return {table["tag"]: table for table in font.get("tables", [])}
 
 
 def table_offset(font, tag):
@@ -223,7 +272,7 @@ def errors(runner, data_dir):
     # Usage, help and version.
     runner.expect_success("top-level --help", ["--help"], ["info", "save", "usage"])
     runner.expect_success("help save", ["help", "save"], ["--rebuild"])
-    runner.expect_success("info --help", ["info", "--help"], ["usage: typeframe info"])
+    runner.expect_success("info --help", ["info", "--help"], ["usage: typeframe info", "--json"])
     runner.expect_success("save --help", ["save", "--help"], ["usage: typeframe save", "--index", "--rebuild"])
     runner.expect_success("save --help among other arguments", ["save", ttf, "--help"], ["usage: typeframe save"])
     version = runner.expect_success("--version", ["--version"], ["typeframe "])
@@ -252,6 +301,45 @@ def errors(runner, data_dir):
     runner.expect_error("info of a ttcf of version 3", ["info", bad_ttc], [bad_ttc, "collection"])
     odd = write(os.path.join(work, "bad\nname.ttf"), b"nope")
     runner.expect_error("a file name with a line break stays on one line", ["info", odd], ["not a font file"])
+
+    # info --json: the directory as it is in the file, which tables the
+    # library parses (head) and which it keeps as bytes (DSIG), and entries
+    # that can't be loaded.
+    font = read(ttf)
+    report = runner.expect_json("info --json of a TrueType font", ["info", "--json", ttf])
+    problems = json_problems(report, "font", [{"glyphs": 6, "unitsPerEm": 1000, "outlines": "TrueType",
+                                               "variable": False}])
+    if not problems:
+        if report["collectionVersion"] is not None:
+            problems.append("a single font has collection version %r" % report["collectionVersion"])
+        tables = report["fonts"][0]["tables"]
+        if [(t["tag"], t["offset"], t["length"]) for t in tables] != directory(font):
+            problems.append("tables %r differ from the directory" % tables)
+        if not all(t["loadable"] for t in tables):
+            problems.append("tables that can't be loaded: %r" % [t for t in tables if not t["loadable"]])
+        parsed = {tag: table["parsed"] for tag, table in json_tables(report["fonts"][0]).items()}
+        if (parsed["head"], parsed["DSIG"]) != (True, False):
+            problems.append("parsed is %r for head and %r for DSIG" % (parsed["head"], parsed["DSIG"]))
+    runner.report("info --json of a TrueType font: its directory", problems)
+    damaged = write(os.path.join(work, "damaged.ttf"), set_entry(set_entry(font, entry_index(font, b"DSIG"), 0),
+                                                                 entry_index(font, b"post"), len(font) - 4, 64))
+    report = runner.expect_json("info --json of a font with entries that can't be loaded", ["info", "--json", damaged])
+    problems = json_problems(report, "font", [{"glyphs": 6}])
+    if not problems:
+        unloadable = sorted(tag for tag, t in json_tables(report["fonts"][0]).items()
+                            if not t["loadable"] and t.get("problem"))
+        if unloadable != ["DSIG", "post"]:
+            problems.append("tables not loadable, with a problem: %s, expected DSIG and post" % unloadable)
+    runner.report("info --json of a font with entries that can't be loaded: which", problems)
+    report = runner.expect_json("info --json of a CFF font", ["info", "--json", otf])
+    runner.report("info --json of a CFF font: its outlines", json_problems(report, "font", [{"outlines": "CFF"}]))
+    report = runner.expect_json("info --json of a ttcf 2.0 collection", ["info", "--json", ttc2])
+    problems = json_problems(report, "collection", [{"index": i, "glyphs": 6} for i in range(3)])
+    if report and report.get("collectionVersion") != "2.0":
+        problems.append("collection version %r" % report.get("collectionVersion"))
+    runner.report("info --json of a ttcf 2.0 collection: every font", problems)
+    runner.expect_error("info --json of a text file", ["info", "--json", text], [text, "not a font file"])
+    runner.expect_error("info --json with a value", ["info", "--json=yes", ttf], ["--json", "takes no value"])
 
     # save: arguments
     runner.expect_error("save without arguments", ["save"], ["save", "missing"], out)
@@ -377,11 +465,12 @@ def hostile(runner, data_dir):
     for name, data in cases:
         path = write(os.path.join(work, "hostile.ttf"), data)
         problems = []
-        for arguments in (["info", path], ["save", path, out], ["save", path, out, "--rebuild", "all"],
-                          ["save", path, out, "--index", "1"], ["instance", path, out],
-                          ["instance", path, out, "wght=650"], ["instance", path, "--all-named", out_dir]):
+        for arguments in (["info", path], ["info", path, "--json"], ["save", path, out],
+                          ["save", path, out, "--rebuild", "all"], ["save", path, out, "--index", "1"],
+                          ["instance", path, out], ["instance", path, out, "wght=650"],
+                          ["instance", path, "--all-named", out_dir]):
             before = os.listdir(work)
-            status, _, err = runner.run(*arguments)
+            status, stdout, err = runner.run(*arguments)
             command = " ".join(arguments[:1] + arguments[3:])
             if status is None:
                 problems.append("%s hung" % command)
@@ -389,6 +478,11 @@ def hostile(runner, data_dir):
                 problems.append("%s killed by signal %d" % (command, -status))
             elif status not in (0, 1):
                 problems.append("%s gave status %d" % (command, status))
+            elif status == 0 and "--json" in arguments:
+                try:
+                    json.loads(stdout.decode("utf-8"))
+                except ValueError as error:
+                    problems.append("%s printed no JSON: %s" % (command, error))
             elif status == 1:
                 if len(err.decode("utf-8", "replace").splitlines()) != 1:
                     problems.append("%s: %d stderr lines" % (command, len(err.splitlines())))
@@ -443,6 +537,38 @@ def instance(runner, data_dir):
     if ["Regular", "wght=400"] not in rows or ["Regular", "wght=700"] not in rows:
         problems.append("no instance rows 'Regular wght=400' and 'Regular wght=700'")
     runner.report("info of a variable font: its axis and instances", problems)
+    report = runner.expect_json("info --json of a variable font", ["info", "--json", vf])
+    problems = json_problems(report, "font", [{
+        "variable": True, "postScriptName": "RemoveOverlapsTest-Regular",
+        "axes": [{"tag": "wght", "min": 400, "default": 400, "max": 700, "name": "Weight"}],
+        "namedInstances": [{"subfamily": "Regular", "postScriptName": None, "coordinates": {"wght": 400}},
+                           {"subfamily": "Regular", "postScriptName": None, "coordinates": {"wght": 700}}]}])
+    if not problems and [json_tables(report["fonts"][0])[t]["parsed"] for t in ("fvar", "gvar", "STAT")] != \
+            [True, True, False]:
+        problems.append("fvar and gvar should be parsed, STAT not")
+    runner.report("info --json of a variable font: its axis and instances", problems)
+    german = subprocess.run([runner.tool, "info", "--json", vf], stdout=subprocess.PIPE, timeout=TIMEOUT,
+                            env=dict(os.environ, LC_ALL="de_DE.UTF-8", LC_NUMERIC="de_DE.UTF-8")).stdout
+    runner.report("info --json is the same in every locale",
+                  [] if german == runner.run("info", "--json", vf)[1] else ["it differs under de_DE.UTF-8"])
+    # Names and tags as a hostile font may have them: name ID 6 holds a
+    # quote, a backslash, control characters and letters past ASCII; the axis
+    # tag a quote, a backslash, a control character and a byte past ASCII,
+    # the last two of which tags spell as "\x01" and "\xff".
+    postscript_name = 'Q"\\\x01\x1f\u00e9\u4e2d' + "z" * 19  # as long as "RemoveOverlapsTest-Regular"
+    strange = bytearray(variable.replace("RemoveOverlapsTest-Regular".encode("utf-16-be"),
+                                         postscript_name.encode("utf-16-be")))
+    strange[axis:axis + 4] = b'"\\\x01\xff'
+    strange = write(os.path.join(work, "strange-names.ttf"), bytes(strange))
+    report = runner.expect_json("info --json of a font with strange names", ["info", "--json", strange])
+    tag = '"\\\\x01\\xff'
+    problems = json_problems(report, "font", [{"postScriptName": postscript_name}])
+    if not problems:
+        font = report["fonts"][0]
+        if [a["tag"] for a in font["axes"]] != [tag] or [sorted(i["coordinates"]) for i in font["namedInstances"]] != \
+                [[tag], [tag]]:
+            problems.append("axis tags %r, expected %r" % ([a["tag"] for a in font["axes"]], tag))
+    runner.report("info --json of a font with strange names: the names", problems)
     runner.expect_success("info of a static font has no axes", ["info", ttf], ["tables: 15"])
     if "axes:" in runner.run("info", ttf)[1].decode():
         runner.report("info of a static font shows no axes", ["it does"])
@@ -470,6 +596,11 @@ def instance(runner, data_dir):
                             ["'%s'" % value, "wght"], out)
     runner.expect_error("an axis value no 16.16 number holds", ["instance", vf, out, "wght=40000"],
                         ["40000", "out of range"], out)
+    # Values past an axis's ends are refused, not clamped: the file would be
+    # named after a location it does not hold.
+    for value in ("1000", "700.01", "399.5", "-5"):
+        runner.expect_error("axis value %s outside the axis" % value, ["instance", vf, out, "wght=" + value],
+                            ["the value %s for axis 'wght' is outside its range, 400 to 700" % value], out)
 
     # Fonts
     runner.expect_error("instance of a missing file", ["instance", missing, out], [missing, "No such file"], out)
@@ -502,7 +633,7 @@ def instance(runner, data_dir):
         runner.report("failed instance leaves the existing output", ["it was changed"])
 
     # One instance
-    def expect_instance(name, arguments, printed, path=out, environment=None):
+    def expect_instance(name, arguments, printed, path=out, environment=None, keep=False):
         before = os.listdir(work)
         if environment:
             saved = {k: os.environ.get(k) for k in environment}
@@ -524,7 +655,7 @@ def instance(runner, data_dir):
         if temporary:
             problems.append("temporary files left: %s" % temporary)
         runner.report(name + ": the instance", problems)
-        if os.path.exists(path):
+        if os.path.exists(path) and not keep:
             os.remove(path)
 
     # The default location is the named instance "Regular"; elsewhere the name
@@ -545,6 +676,33 @@ def instance(runner, data_dir):
                     [vf, named_like_a_value, "wght=450"], "RemoveOverlapsTest_450wght", named_like_a_value)
     inplace = write(os.path.join(work, "inplace.ttf"), variable)
     expect_instance("instance in place", [inplace, inplace, "wght=700"], "RemoveOverlapsTest-Regular", inplace)
+    expect_instance("the axis's extreme is a value like any other", [vf, out, "wght=700.0"],
+                    "RemoveOverlapsTest-Regular")
+
+    # SOURCE_DATE_EPOCH fixes head.modified: two runs give the same bytes,
+    # by `instance` and by `save` alike.
+    epoch = {"SOURCE_DATE_EPOCH": "1700000000"}
+    copies = [os.path.join(work, "same%d.ttf" % i) for i in range(4)]
+    for copy in copies[:2]:
+        expect_instance("instance with SOURCE_DATE_EPOCH", [vf, copy, "wght=600"], "RemoveOverlapsTest_600wght",
+                        copy, environment=epoch, keep=True)
+    for copy in copies[2:]:
+        os.environ.update(epoch)
+        try:
+            runner.expect_success("save with SOURCE_DATE_EPOCH", ["save", vf, copy])
+        finally:
+            os.environ.pop("SOURCE_DATE_EPOCH")
+    problems = []
+    for first, second in (copies[:2], copies[2:]):
+        if read(first) != read(second):
+            problems.append("%s and %s differ" % (os.path.basename(first), os.path.basename(second)))
+        data = read(first)
+        count = struct.unpack_from(">H", data, 4)[0]
+        for i in range(count):
+            tag, _, offset, _ = struct.unpack_from(">4sIII", data, 12 + 16 * i)
+            if tag == b"head" and struct.unpack_from(">q", data, offset + 28)[0] != 1700000000 + 2082844800:
+                problems.append("%s: head.modified is not SOURCE_DATE_EPOCH" % os.path.basename(first))
+    runner.report("SOURCE_DATE_EPOCH makes the output reproducible", problems)
 
     # Every named instance
     runner.expect_error("--all-named with two instances of one name", ["instance", vf, "--all-named", statics],
