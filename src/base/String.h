@@ -155,8 +155,10 @@ extern template class StringT<TEncUtf8>;
 
 }  // namespace Bedrock
 
+// The library's code names the string unqualified; this brings Bedrock's one
+// declaration into its namespace rather than declaring a second alias.
 namespace Typeframe {
-using Utf8String = Bedrock::StringT<Bedrock::TEncUtf8>;
+using Bedrock::Utf8String;
 }  // namespace Typeframe
 
 template <class Enc>

@@ -3,6 +3,8 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <dirent.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "base/FileInStream.h"
@@ -72,6 +74,16 @@ TEST(StreamsTest, FileRoundTrip) {
     Counted<FileInStream> in = FileInStream::Open(path.c_str(), false);
     ASSERT_TRUE(in);
     CheckReads(*in, bytes);
+    // Read into memory, the stream outlives the file.
+    Counted<FileInStream> held = FileInStream::Open(path.c_str(), true);
+    ASSERT_TRUE(held);
+    std::remove(path.c_str());
+    CheckReads(*held, bytes);
+    {
+        Counted<FileOutStream> out = FileOutStream::Create(path.c_str());
+        ASSERT_TRUE(out);
+        ASSERT_TRUE(out->Write(bytes.data(), bytes.size()));
+    }
 
     // The last release closes, and everything written reaches the file.
     {
@@ -81,6 +93,53 @@ TEST(StreamsTest, FileRoundTrip) {
     }
     EXPECT_EQ(FileInStream::Open(path.c_str())->GetSize(), 3u);
     std::remove(path.c_str());
+}
+
+// A replacing stream writes beside its target and leaves the target alone
+// until Commit; released without it, or failing, it leaves nothing behind.
+TEST(StreamsTest, ReplacingAFile) {
+    const std::string folder = testing::TempDir() + "typeframe_replace_" + std::to_string(getpid());
+    ASSERT_EQ(mkdir(folder.c_str(), 0777), 0);
+    const std::string target = folder + "/font.ttf";
+    auto contents = [&]() {
+        std::string text;
+        if (FILE* file = std::fopen(target.c_str(), "rb")) {
+            char buffer[16];
+            text.assign(buffer, std::fread(buffer, 1, sizeof(buffer), file));
+            std::fclose(file);
+        }
+        return text;
+    };
+    auto entries = [&]() {
+        int count = 0;
+        if (DIR* dir = opendir(folder.c_str())) {
+            while (dirent* entry = readdir(dir)) count += entry->d_name[0] != '.';
+            closedir(dir);
+        }
+        return count;
+    };
+    {
+        Counted<FileOutStream> out = FileOutStream::Create(target.c_str());
+        ASSERT_TRUE(out->Write("old", 3));
+    }
+    {
+        Counted<FileOutStream> out = FileOutStream::CreateReplacing(target.c_str());
+        ASSERT_TRUE(out);
+        EXPECT_TRUE(out->Write("new", 3));
+        EXPECT_EQ(entries(), 2);
+        EXPECT_EQ(contents(), "old");  // not committed
+    }
+    EXPECT_EQ(entries(), 1);
+    EXPECT_EQ(contents(), "old");
+    Counted<FileOutStream> out = FileOutStream::CreateReplacing(target.c_str());
+    ASSERT_TRUE(out->Write("new", 3));
+    EXPECT_TRUE(out->Commit());
+    EXPECT_EQ(contents(), "new");
+    EXPECT_EQ(entries(), 1);
+    EXPECT_FALSE(FileOutStream::CreateReplacing((folder + "/missing/font.ttf").c_str()));
+    EXPECT_FALSE(FileOutStream::Create(target.c_str())->Commit());  // not a replacing stream
+    std::remove(target.c_str());
+    rmdir(folder.c_str());
 }
 
 TEST(StreamsTest, FileFailures) {
