@@ -15,6 +15,7 @@
 #include "base/MemoryInStream.h"
 #include "base/MemoryOutStream.h"
 #include "instancer/ApplyMetricVariations.h"
+#include "tables/OTVORGTable.h"
 #include "tables/OThheaTable.h"
 #include "tables/OTnameTable.h"
 #include "tables/OTvheaTable.h"
@@ -404,6 +405,22 @@ TEST(FontInstancer, SavingToAPathLeavesNothingHalfDone) {
     EXPECT_FALSE(instancer.SaveFont(Utf8String((folder + "/missing/out.ttf").c_str())));
     EXPECT_EQ(instancer.GetLastFailure().GetKind(), Failure::Kind::CannotWrite);
     EXPECT_EQ(entries(), 0);
+
+    // A font the file writer refuses (a dirty VORG never settles): the
+    // result stays true, as it always was, but the reason is there and
+    // nothing is published.
+    auto vorg = Bedrock::MakeCounted<OTVORGTable>(instancer.GetFont());
+    ASSERT_TRUE(vorg->Load(TypeframeTest::HexBuffer("0001 0000 0000 0000")));
+    vorg->SetIsDirty(true);
+    instancer.GetFont()->SetTable(vorg);
+    auto memory = Bedrock::MakeCounted<Bedrock::MemoryOutStream>();
+    EXPECT_TRUE(instancer.SaveFont(Bedrock::Counted<Bedrock::OutStream>(memory)));
+    EXPECT_EQ(instancer.GetLastFailure().GetKind(), Failure::Kind::CannotSave);
+    EXPECT_TRUE(memory->GetData().empty());
+    EXPECT_TRUE(instancer.SaveFont(Utf8String(target.c_str())));
+    EXPECT_NE(std::string(instancer.GetLastFailure().GetMessage().c_str()).find("'VORG'"), std::string::npos);
+    EXPECT_EQ(entries(), 0);
+    instancer.GetFont()->RemoveTable(MakeTag("VORG"));
 
     EXPECT_TRUE(instancer.SaveFont(Utf8String(target.c_str())));
     EXPECT_FALSE(instancer.GetLastFailure());
