@@ -13,7 +13,6 @@
 #include <cstring>
 #include <map>
 #include <cstdlib>
-#include <memory>
 #include <optional>
 #include <string>
 #include <system_error>
@@ -30,7 +29,6 @@
 #include "variations/OTfvarTable.h"
 
 #include "Commands.h"
-#include "TemporaryFile.h"
 #include "ToolSupport.h"
 
 namespace TypeframeTool {
@@ -342,20 +340,16 @@ bool BuildLocation(const std::string& path, const Typeframe::OTfvarTable& fvar,
     return true;
 }
 
-// Writes the font alone to the temporary file of `output`; the caller
-// commits it.
-bool WriteFont(const Bedrock::Counted<Typeframe::OTFont>& font, const std::string& inPath, const std::string& outPath,
-               TemporaryFile& output) {
-    std::string error;
-    if (!output.Create(error)) {
-        ReportError(outPath, "cannot create: " + error);
-        return false;
-    }
+// Writes the font alone to a temporary file beside `outPath`, closed but not
+// yet in place: the caller commits it. Null, reported, on failure; the
+// temporary file goes with the stream.
+Bedrock::Counted<Bedrock::FileOutStream> WriteFont(const Bedrock::Counted<Typeframe::OTFont>& font,
+                                                   const std::string& inPath, const std::string& outPath) {
     errno = 0;
-    auto stream = Bedrock::FileOutStream::Create(output.GetPath().c_str());
+    auto stream = Bedrock::FileOutStream::CreateReplacing(outPath.c_str());
     if (!stream) {
         ReportError(outPath, std::string("cannot create: ") + std::strerror(errno ? errno : EIO));
-        return false;
+        return nullptr;
     }
     // Saving goes through a file object that holds only this font, and that
     // makes itself the font's file; the font's own file is put back after,
@@ -367,17 +361,23 @@ bool WriteFont(const Bedrock::Counted<Typeframe::OTFont>& font, const std::strin
     const bool saved = saver->Save(stream);
     font->SetFile(previousFile);
     if (!saved) {
-        stream->Close();
         ReportError(inPath,
                     std::string("the instance could not be saved: ") + saver->GetLastFailure().GetMessage().c_str());
-        return false;
+        return nullptr;
     }
     errno = 0;
     if (!stream->Close()) {
         ReportError(outPath, std::string("write failed: ") + std::strerror(errno ? errno : EIO));
-        return false;
+        return nullptr;
     }
-    return true;
+    return stream;
+}
+
+// Puts a written file in place; reported on failure.
+bool CommitFont(Bedrock::FileOutStream& stream, const std::string& outPath) {
+    if (stream.Commit()) return true;
+    ReportError(outPath, std::string("cannot rename the finished file into place: ") + std::strerror(errno));
+    return false;
 }
 
 int RunOne(const InstanceRequest& request) {
@@ -402,12 +402,8 @@ int RunOne(const InstanceRequest& request) {
         return ReportError(request.inPath, "the instance has no PostScript name (the font has no name ID 6 to set)");
     }
 
-    TemporaryFile output(request.outPath);
-    if (!WriteFont(font, request.inPath, request.outPath, output)) return 1;
-    std::string error;
-    if (!output.Commit(error)) {
-        return ReportError(request.outPath, "cannot rename the finished file into place: " + error);
-    }
+    auto output = WriteFont(font, request.inPath, request.outPath);
+    if (!output || !CommitFont(*output, request.outPath)) return 1;
     NoteUninstanced(request.outPath, *font);
     std::printf("%s\n", Printable(postScriptName).c_str());
     return std::fflush(stdout) == 0 ? 0 : ReportError(request.outPath, "cannot write the report");
@@ -435,7 +431,8 @@ std::string InstanceLabel(const Typeframe::OTFont& font, const Typeframe::OTfvar
 
 struct WrittenInstance {
     std::string postScriptName;
-    std::unique_ptr<TemporaryFile> output;
+    std::string outPath;
+    Bedrock::Counted<Bedrock::FileOutStream> output;
 };
 
 // Makes and writes every named instance to temporary files, and renames them
@@ -479,17 +476,16 @@ int WriteAllNamed(const InstanceRequest& request, Typeframe::FontInstancer& base
                                                    postScriptName + "'; nothing written");
         }
         const std::string outPath = folder + postScriptName + extension;
-        written.push_back({postScriptName, std::make_unique<TemporaryFile>(outPath)});
-        if (!WriteFont(instancer.GetFont(), request.inPath, outPath, *written.back().output)) return 1;
+        auto output = WriteFont(instancer.GetFont(), request.inPath, outPath);
+        if (!output) return 1;
+        written.push_back({postScriptName, outPath, std::move(output)});
     }
 
-    std::string error;
     for (size_t i = 0; i < written.size(); ++i) {
-        if (written[i].output->Commit(error)) continue;
-        const std::string failed = folder + written[i].postScriptName + extension;
+        if (CommitFont(*written[i].output, written[i].outPath)) continue;
         // Take back the ones already in place: all or nothing.
-        for (size_t j = 0; j < i; ++j) std::remove((folder + written[j].postScriptName + extension).c_str());
-        return ReportError(failed, "cannot rename the finished file into place: " + error);
+        for (size_t j = 0; j < i; ++j) std::remove(written[j].outPath.c_str());
+        return 1;
     }
     if (!written.empty()) NoteUninstanced(request.outDir, *font);
     for (const auto& instance : written) std::printf("%s\n", instance.postScriptName.c_str());

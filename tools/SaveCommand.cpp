@@ -21,7 +21,6 @@
 #include "core/OTTable.h"
 
 #include "Commands.h"
-#include "TemporaryFile.h"
 #include "ToolSupport.h"
 
 namespace TypeframeTool {
@@ -147,21 +146,21 @@ int RunSave(const Arguments& arguments) {
     }
 
     if (const auto epoch = SourceDateEpoch()) saver->SetSaveTime(*epoch);
-    TemporaryFile output(outPath);
-    std::string error;
-    if (!output.Create(error)) return ReportError(outPath, "cannot create: " + error);
+    // Written beside the output and renamed into place once complete, so a
+    // failure leaves whatever stood there.
     errno = 0;
-    auto stream = Bedrock::FileOutStream::Create(output.GetPath().c_str());
+    auto stream = Bedrock::FileOutStream::CreateReplacing(outPath.c_str());
     if (!stream) return ReportError(outPath, std::string("cannot create: ") + std::strerror(errno ? errno : EIO));
     if (!saver->Save(stream)) {
-        stream->Close();
         return ReportError(
             inPath, FontName(opened, index) + " could not be saved: " + saver->GetLastFailure().GetMessage().c_str());
     }
     errno = 0;
     if (!stream->Close())
         return ReportError(outPath, std::string("write failed: ") + std::strerror(errno ? errno : EIO));
-    if (!output.Commit(error)) return ReportError(outPath, "cannot rename the finished file into place: " + error);
+    if (!stream->Commit()) {
+        return ReportError(outPath, std::string("cannot rename the finished file into place: ") + std::strerror(errno));
+    }
     return 0;
 }
 
