@@ -1,6 +1,10 @@
-// Uses only the reference-counting base of the library, so that it keeps
-// building whatever else the installed headers hold.
-#include "base/Counted.h"
+// Includes the installed headers the way a host does, with nothing but
+// <prefix>/include on its include path: the umbrella header and one header by
+// its folder. It uses only the reference-counting base and the font-header
+// check of the file class, so that it keeps building whatever else the
+// headers hold.
+#include <typeframe/typeframe.h>
+#include <typeframe/core/OTFile.h>
 
 #include <cstdio>
 
@@ -34,6 +38,11 @@ int main() {
     // shared library's code, not just its headers.
     if (Bedrock::CountedControlBlockCache::GetAllocatedCount() == 0) {
         std::fprintf(stderr, "consumer: no control block allocated\n");
+        return 1;
+    }
+    // Library code behind a core header, not just the base layer.
+    if (!Typeframe::OTFile::IsValidFontHeader(0x00010000) || Typeframe::OTFile::IsValidFontHeader(0)) {
+        std::fprintf(stderr, "consumer: font header check disagrees\n");
         return 1;
     }
     std::printf("consumer: ok\n");
