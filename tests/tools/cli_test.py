@@ -88,13 +88,19 @@ class Runner:
                 problems.append("left files behind: %s" % ", ".join(new))
         self.report(name, problems)
 
-    def expect_success(self, name, arguments, stdout_has=()):
+    def run_cleanly(self, arguments):
+        """Runs the tool; the problems of a run that must exit 0 and be
+        silent on stderr, and its stdout."""
         status, out, err = self.run(*arguments)
         problems = []
         if status != 0:
             problems.append("status %s: %s" % (status, err.decode("utf-8", "replace").strip()))
         if err:
             problems.append("wrote to stderr: %r" % err[:200])
+        return problems, out
+
+    def expect_success(self, name, arguments, stdout_has=()):
+        problems, out = self.run_cleanly(arguments)
         text = out.decode("utf-8", "replace")
         problems += ["stdout lacks %r" % s for s in stdout_has if s not in text]
         self.report(name, problems)
@@ -103,12 +109,7 @@ class Runner:
     def expect_json(self, name, arguments):
         """Like expect_success, for a stdout that must be one JSON document in
         UTF-8; returns the document, or None when there is none."""
-        status, out, err = self.run(*arguments)
-        problems = []
-        if status != 0:
-            problems.append("status %s: %s" % (status, err.decode("utf-8", "replace").strip()))
-        if err:
-            problems.append("wrote to stderr: %r" % err[:200])
+        problems, out = self.run_cleanly(arguments)
         document = None
         try:
             document = json.loads(out.decode("utf-8"))
