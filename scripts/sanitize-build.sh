@@ -27,6 +27,9 @@ build_dir=${BUILD_DIR:-$root/build-$kind}
 
 export CCACHE_DIR=${CCACHE_DIR:-${XDG_CACHE_HOME:-$HOME/.cache}/typeframe-ccache}
 mkdir -p "$CCACHE_DIR"
+# As in scripts/build.sh: one clone's objects serve the next, wherever it is.
+export CCACHE_BASEDIR=${CCACHE_BASEDIR:-$root}
+export CCACHE_NOHASHDIR=${CCACHE_NOHASHDIR:-true}
 
 cd "$root"
 cmake --preset "$kind" -B "$build_dir" >/dev/null
