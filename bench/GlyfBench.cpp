@@ -40,7 +40,7 @@ struct Subject {
 
 Subject OpenSubject(const std::vector<std::string>& paths) {
     for (const auto& path : paths) {
-        auto stream = Bedrock::FileInStream::Open(path.c_str(), true);
+        auto stream = Bedrock::FileInStream::Open(path.c_str(), false);
         if (!stream) continue;
         auto file = Bedrock::MakeCounted<OTFile>();
         file->Load(stream);

@@ -135,7 +135,7 @@ bool OpenFontFile(const std::string& path, OpenedFontFile& opened) {
         return false;
     }
     errno = 0;
-    auto stream = Bedrock::FileInStream::Open(path.c_str(), true);
+    auto stream = Bedrock::FileInStream::Open(path.c_str(), false);
     if (!stream) {
         ReportError(path, errno != 0 ? std::strerror(errno) : "cannot be opened");
         return false;

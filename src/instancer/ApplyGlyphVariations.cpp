@@ -41,11 +41,11 @@ double RoundHalfUp(double value) { return std::floor(value + 0.5); }
 }  // namespace
 
 double GetGlyphTupleScalar(const TupleVariation& tuple, const std::vector<Fixed2_14>& coordinates) {
-    return TupleScalar(tuple, coordinates, RegionQuotient::InDoubles);
+    return TupleScalar(tuple, coordinates, RegionQuotient::InDoubles());
 }
 
 double GetCvtTupleScalar(const TupleVariation& tuple, const std::vector<Fixed2_14>& coordinates) {
-    return TupleScalar(tuple, coordinates, RegionQuotient::Fixed2_14Division);
+    return TupleScalar(tuple, coordinates, RegionQuotient::Fixed2_14Division());
 }
 
 namespace {

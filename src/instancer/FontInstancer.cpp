@@ -402,7 +402,7 @@ bool FontInstancer::ApplyVariation(int& value, const DeltaSetIndexMap::IndexEntr
                 // A region axis the location does not reach counts fully.
                 if (a >= coordinates.size()) continue;
                 scalar *= RegionAxisFactor(axis.start, axis.peak, axis.end, coordinates[a],
-                                           RegionQuotient::Fixed2_14Differences);
+                                           RegionQuotient::Fixed2_14Differences());
             }
         }
         total += deltas[r] * scalar;

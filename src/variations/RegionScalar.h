@@ -10,24 +10,35 @@
 namespace Typeframe {
 
 // The quotients (a - b) / (x - y) that the ramps between a region's edges
-// and its peak are made of, in the number types the tables need.
-struct RegionQuotient {
-    // Glyph outlines: the 2.14 values as doubles, divided in double.
-    static double InDoubles(Fixed2_14 a, Fixed2_14 b, Fixed2_14 x, Fixed2_14 y) {
+// and its peak are made of, in the number types the tables need. Function
+// objects rather than functions, so that each use inlines its own.
+namespace RegionQuotient {
+
+// Glyph outlines: the 2.14 values as doubles, divided in double.
+struct InDoubles {
+    double operator()(Fixed2_14 a, Fixed2_14 b, Fixed2_14 x, Fixed2_14 y) const {
         constexpr double kUnit = 6.103515625e-5;  // 2^-14
         return (a.GetRaw() * kUnit - b.GetRaw() * kUnit) / (x.GetRaw() * kUnit - y.GetRaw() * kUnit);
     }
-    // Item variation stores: the differences taken in 2.14 (wrapping at 16
-    // bits as the type does), divided in double.
-    static double Fixed2_14Differences(Fixed2_14 a, Fixed2_14 b, Fixed2_14 x, Fixed2_14 y) {
+};
+
+// Item variation stores: the differences taken in 2.14 (wrapping at 16 bits
+// as the type does), divided in double.
+struct Fixed2_14Differences {
+    double operator()(Fixed2_14 a, Fixed2_14 b, Fixed2_14 x, Fixed2_14 y) const {
         return (a - b).ToDouble() / (x - y).ToDouble();
     }
-    // Control values: divided in 2.14 and rounded there, so results may
-    // differ from a division in doubles in the last places. Deliberately so.
-    static double Fixed2_14Division(Fixed2_14 a, Fixed2_14 b, Fixed2_14 x, Fixed2_14 y) {
+};
+
+// Control values: divided in 2.14 and rounded there, so results may differ
+// from a division in doubles in the last places. Deliberately so.
+struct Fixed2_14Division {
+    double operator()(Fixed2_14 a, Fixed2_14 b, Fixed2_14 x, Fixed2_14 y) const {
         return ((a - b) / (x - y)).ToDouble();
     }
 };
+
+}  // namespace RegionQuotient
 
 // The factor one axis of a region gives its scalar at coordinate c. An axis
 // whose region is malformed, peaks at 0 or spans the default leaves the
