@@ -28,8 +28,8 @@ const std::vector<Command>& GetCommands() {
          "  --index N             the font of a collection to save, from 0\n"
          "  --rebuild TAG,...     write these tables from their parsed fields; a tag\n"
          "                        shorter than four characters is padded with spaces.\n"
-         "                        Tables the library keeps only as bytes come out as\n"
-         "                        they are. May be repeated.\n"
+         "                        Naming a table the library keeps only as bytes\n"
+         "                        (see 'typeframe info') is an error. May be repeated.\n"
          "  --rebuild all         the same for every table the library can parse\n",
          RunSave},
         {"instance", "make static instances of a variable font",

@@ -22,6 +22,7 @@
 #include "core/OTFont.h"
 #include "core/OTTable.h"
 #include "core/OffsetTable.h"
+#include "core/TableRegistry.h"
 #include "tables/OTnameTable.h"
 #include "variations/OTfvarTable.h"
 
@@ -156,12 +157,16 @@ void PrintFont(const OpenedFontFile& opened, int index) {
     const auto& entries = offsetTable->GetDirectoryEntries();
     std::printf("  tables: %zu\n", entries.size());
     if (entries.empty()) return;
-    std::printf("    %-4s  %-10s  %10s  %10s\n", "tag", "checksum", "offset", "length");
+    // "parsed": the library reads the table into fields (and can rebuild
+    // it); "bytes": it keeps the table as it came.
+    std::printf("    %-4s  %-10s  %10s  %10s  %s\n", "tag", "checksum", "offset", "length", "form");
     for (const auto& entry : entries) {
         const char* problem = EntryProblem(*entry, opened.size);
-        std::printf("    %-4s  0x%08" PRIX32 "  %10" PRIu32 "  %10" PRIu32 "%s%s%s\n", TagText(entry->tag).c_str(),
-                    entry->checksum, entry->offset, entry->length, problem ? "  (" : "", problem ? problem : "",
-                    problem ? ")" : "");
+        const char* form = Typeframe::TableRegistry::HasTableClass(entry->tag) ? "parsed" : "bytes";
+        // The form is padded only when a problem follows it.
+        std::printf("    %-4s  0x%08" PRIX32 "  %10" PRIu32 "  %10" PRIu32 "  %-*s%s%s%s\n",
+                    TagText(entry->tag).c_str(), entry->checksum, entry->offset, entry->length, problem ? 6 : 0, form,
+                    problem ? "  (" : "", problem ? problem : "", problem ? ")" : "");
     }
     if (font->IsVariable()) PrintVariations(*font);
 }

@@ -19,6 +19,7 @@
 #include "core/OTFile.h"
 #include "core/OTFont.h"
 #include "core/OTTable.h"
+#include "core/TableRegistry.h"
 
 #include "Commands.h"
 #include "ToolSupport.h"
@@ -60,8 +61,9 @@ std::string FontName(const OpenedFontFile& opened, int index) {
 }
 
 // Marks the requested tables dirty so that saving writes them from their
-// parsed fields. A table kept only as bytes has no other form and goes out
-// unchanged either way.
+// parsed fields. A table the library keeps only as bytes has no other form:
+// naming one is an error, so that nobody believes a rebuild happened; "all"
+// means every table that has a parsed form.
 bool MarkForRebuild(const std::string& path, const OpenedFontFile& opened, int index, Typeframe::OTFont& font,
                     const RebuildRequest& request) {
     const std::vector<Typeframe::Tag> present = font.GetTableTags();
@@ -69,6 +71,12 @@ bool MarkForRebuild(const std::string& path, const OpenedFontFile& opened, int i
     for (Typeframe::Tag tag : request.tags) {
         if (std::find(present.begin(), present.end(), tag) == present.end()) {
             ReportError(path, FontName(opened, index) + " has no '" + TagText(tag) + "' table");
+            return false;
+        }
+        if (!Typeframe::TableRegistry::HasTableClass(tag)) {
+            ReportError(path, "the '" + TagText(tag) +
+                                  "' table can't be rebuilt: the library keeps it only as its bytes, which are "
+                                  "copied as they are");
             return false;
         }
     }

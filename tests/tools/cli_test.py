@@ -362,6 +362,14 @@ def errors(runner, data_dir):
     runner.expect_error("save of font 2 of a pair", ["save", ttc, out, "--index", "2"], [ttc, "out of range"], out)
     runner.expect_error("save --rebuild of a table the font lacks", ["save", ttf, out, "--rebuild", "head,vhea"],
                         [ttf, "vhea"], out)
+    # A rebuild of a table kept only as bytes would be a silent copy.
+    runner.expect_error("save --rebuild of a table kept as bytes", ["save", ttf, out, "--rebuild", "head,cmap"],
+                        [ttf, "'cmap'", "can't be rebuilt", "only as its bytes"], out)
+    listing = runner.expect_success("info marks what is parsed", ["info", ttf], ["form"])
+    forms = {line.split()[0]: line.split()[4] for line in listing.splitlines()
+             if line.startswith("    ") and len(line.split()) >= 5 and line.split()[1].startswith("0x")}
+    if forms.get("head") != "parsed" or forms.get("cmap") != "bytes":
+        runner.report("info marks head parsed and cmap as bytes", ["forms: %r" % forms])
     runner.expect_error("save into a missing folder", ["save", ttf, os.path.join(work, "no", "out.ttf")],
                         [os.path.join(work, "no", "out.ttf")])
     runner.expect_error("save over a folder", ["save", ttf, folder], [folder, "directory"], out)
