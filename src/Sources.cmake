@@ -93,6 +93,20 @@ set(TYPEFRAME_PACKING_SOURCES
   packing/TableOffset.cpp
 )
 
+# Layout tables and their common structures.
+set(TYPEFRAME_LAYOUT_COMMON_SOURCES
+  layout/ClassDefinitionTable.cpp
+  layout/CoverageTable.cpp
+  layout/DeviceTable.cpp
+)
+
+set(TYPEFRAME_LAYOUT_SCRIPT_SOURCES
+  layout/LangSys.cpp
+  layout/LangSysRecord.cpp
+  layout/ScriptList.cpp
+  layout/ScriptTable.cpp
+)
+
 set(TYPEFRAME_SOURCES
   ${TYPEFRAME_BASE_SOURCES}
   ${TYPEFRAME_CORE_SOURCES}
@@ -101,4 +115,6 @@ set(TYPEFRAME_SOURCES
   ${TYPEFRAME_VARIATIONS_SOURCES}
   ${TYPEFRAME_INSTANCER_SOURCES}
   ${TYPEFRAME_PACKING_SOURCES}
+  ${TYPEFRAME_LAYOUT_COMMON_SOURCES}
+  ${TYPEFRAME_LAYOUT_SCRIPT_SOURCES}
 )

@@ -17,6 +17,12 @@ public:
     // Mutable because a subtable's Save(TableGraph&) is const yet writes its
     // bytes here, creating the buffer on the first save.
     mutable Bedrock::Counted<BigEndianBuffer> buffer;
+
+protected:
+    // The buffer emptied and at position 0, ready for a save: a new one when
+    // there is none, or when a copy of this subtable shares it, so that
+    // saving one copy never rewrites the bytes of the other.
+    BigEndianBuffer& StartSave() const;
 };
 
 }  // namespace Typeframe
