@@ -107,6 +107,22 @@ set(TYPEFRAME_LAYOUT_SCRIPT_SOURCES
   layout/ScriptTable.cpp
 )
 
+set(TYPEFRAME_LAYOUT_FEATURE_SOURCES
+  layout/FeatureList.cpp
+  layout/FeatureParams.cpp
+  layout/FeatureTable.cpp
+  layout/cvxxFeatureParams.cpp
+  layout/sizeFeatureParams.cpp
+  layout/ssxxFeatureParams.cpp
+)
+
+set(TYPEFRAME_LAYOUT_LOOKUP_SOURCES
+  layout/LookupList.cpp
+  layout/LookupSubTable.cpp
+  layout/LookupSubTableOwner.cpp
+  layout/LookupTable.cpp
+)
+
 set(TYPEFRAME_SOURCES
   ${TYPEFRAME_BASE_SOURCES}
   ${TYPEFRAME_CORE_SOURCES}
@@ -117,4 +133,6 @@ set(TYPEFRAME_SOURCES
   ${TYPEFRAME_PACKING_SOURCES}
   ${TYPEFRAME_LAYOUT_COMMON_SOURCES}
   ${TYPEFRAME_LAYOUT_SCRIPT_SOURCES}
+  ${TYPEFRAME_LAYOUT_FEATURE_SOURCES}
+  ${TYPEFRAME_LAYOUT_LOOKUP_SOURCES}
 )

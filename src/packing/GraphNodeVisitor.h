@@ -7,9 +7,15 @@
 
 namespace Typeframe {
 
+class LookupList;
+class LookupTable;
+
 class GraphNodeVisitor {
 public:
     virtual ~GraphNodeVisitor();
+
+    virtual void Visit(LookupList&) {}
+    virtual void Visit(LookupTable&) {}
 };
 
 }  // namespace Typeframe

@@ -1,0 +1,7 @@
+#include "layout/LookupSubTable.h"
+
+namespace Typeframe {
+
+LookupSubTable::~LookupSubTable() = default;
+
+}  // namespace Typeframe

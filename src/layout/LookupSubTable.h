@@ -1,0 +1,37 @@
+#pragma once
+
+// The base of every GSUB and GPOS lookup subtable. A lookup holds its
+// subtables through this interface and saves them through it, so that the
+// lookup needs to know nothing of the subtable formats; the table that owns
+// the lookups (a LookupSubTableOwner) makes the right class for each type.
+
+#include <cstdint>
+
+#include "base/Counted.h"
+#include "core/BigEndianBuffer.h"
+#include "core/OTFont.h"
+#include "packing/GraphNodeVisitable.h"
+#include "packing/SubTable.h"
+#include "packing/TableGraph.h"
+
+namespace Typeframe {
+
+class GraphNodeVisitor;
+
+class LookupSubTable : public Bedrock::Countable, public SubTable, public GraphNodeVisitable {
+public:
+    ~LookupSubTable() override;
+
+    void Accept(GraphNodeVisitor& visitor) override = 0;
+    // Reads at the buffer's position; offsets count from there.
+    virtual bool Load(Bedrock::Counted<BigEndianBuffer> source) = 0;
+    // Returns the subtable's node index.
+    virtual unsigned long Save(TableGraph& graph) const = 0;
+    // The lookup type this subtable belongs to.
+    virtual uint16_t GetType() const = 0;
+    bool IsLessThan(const GraphNode& other) const override = 0;
+
+    Bedrock::Counted<OTFont> font;
+};
+
+}  // namespace Typeframe

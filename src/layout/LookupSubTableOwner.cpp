@@ -1,0 +1,7 @@
+#include "layout/LookupSubTableOwner.h"
+
+namespace Typeframe {
+
+LookupSubTableOwner::~LookupSubTableOwner() = default;
+
+}  // namespace Typeframe
