@@ -123,6 +123,31 @@ set(TYPEFRAME_LAYOUT_LOOKUP_SOURCES
   layout/LookupTable.cpp
 )
 
+set(TYPEFRAME_LAYOUT_GPOS_BASIC_SOURCES
+  layout/AnchorTable.cpp
+  layout/CursivePosLookup.cpp
+  layout/PairPosLookup.cpp
+  layout/PairSetTable.cpp
+  layout/SinglePosLookup.cpp
+  layout/ValueRecord.cpp
+)
+
+set(TYPEFRAME_LAYOUT_GPOS_MARK_SOURCES
+  layout/BaseArrayTable.cpp
+  layout/ExtensionPosLookup.cpp
+  layout/LigatureArrayTable.cpp
+  layout/LigatureAttachTable.cpp
+  layout/Mark2ArrayTable.cpp
+  layout/MarkArrayTable.cpp
+  layout/MarkLigPosLookup.cpp
+  layout/MarkMarkPosLookup.cpp
+  layout/MarkToBasePosLookup.cpp
+)
+
+set(TYPEFRAME_LAYOUT_FEATURE_VARIATIONS_SOURCES
+  layout/FeatureVariationsTable.cpp
+)
+
 set(TYPEFRAME_SOURCES
   ${TYPEFRAME_BASE_SOURCES}
   ${TYPEFRAME_CORE_SOURCES}
@@ -135,4 +160,7 @@ set(TYPEFRAME_SOURCES
   ${TYPEFRAME_LAYOUT_SCRIPT_SOURCES}
   ${TYPEFRAME_LAYOUT_FEATURE_SOURCES}
   ${TYPEFRAME_LAYOUT_LOOKUP_SOURCES}
+  ${TYPEFRAME_LAYOUT_GPOS_BASIC_SOURCES}
+  ${TYPEFRAME_LAYOUT_GPOS_MARK_SOURCES}
+  ${TYPEFRAME_LAYOUT_FEATURE_VARIATIONS_SOURCES}
 )

@@ -9,6 +9,21 @@ namespace Typeframe {
 
 class LookupList;
 class LookupTable;
+class BaseArrayTable;
+class ExtensionPosLookup;
+class LigatureArrayTable;
+class LigatureAttachTable;
+class Mark2ArrayTable;
+class MarkArrayTable;
+class MarkLigPosLookup;
+class MarkMarkPosLookup;
+class MarkToBasePosLookup;
+class AnchorTable;
+class CursivePosLookup;
+class PairPosLookup;
+class PairSetTable;
+class SinglePosLookup;
+class ValueRecord;
 
 class GraphNodeVisitor {
 public:
@@ -16,6 +31,21 @@ public:
 
     virtual void Visit(LookupList&) {}
     virtual void Visit(LookupTable&) {}
+    virtual void Visit(MarkArrayTable&) {}
+    virtual void Visit(BaseArrayTable&) {}
+    virtual void Visit(Mark2ArrayTable&) {}
+    virtual void Visit(LigatureArrayTable&) {}
+    virtual void Visit(LigatureAttachTable&) {}
+    virtual void Visit(MarkToBasePosLookup&) {}
+    virtual void Visit(MarkLigPosLookup&) {}
+    virtual void Visit(MarkMarkPosLookup&) {}
+    virtual void Visit(ExtensionPosLookup&) {}
+    virtual void Visit(ValueRecord&) {}
+    virtual void Visit(AnchorTable&) {}
+    virtual void Visit(SinglePosLookup&) {}
+    virtual void Visit(PairSetTable&) {}
+    virtual void Visit(PairPosLookup&) {}
+    virtual void Visit(CursivePosLookup&) {}
 };
 
 }  // namespace Typeframe

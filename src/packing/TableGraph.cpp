@@ -50,12 +50,27 @@ void TableGraph::UpdateIndex() {
     }
     for (; m_indexedCount < nodes.size(); ++m_indexedCount) {
         // emplace keeps an earlier equal node: the first index wins.
-        if (nodes[m_indexedCount]) m_index.emplace(nodes[m_indexedCount], m_indexedCount);
+        if (nodes[m_indexedCount] && IsShareable(*nodes[m_indexedCount])) {
+            m_index.emplace(nodes[m_indexedCount], m_indexedCount);
+        }
     }
+}
+
+bool TableGraph::IsShareable(const GraphNode& node) {
+    // A node whose order calls it less than itself (a lookup's comparison
+    // can) is equal to nothing, so it is never shared; kept out of the
+    // index, it cannot break the ordered map's invariants.
+    return !(node < node);
 }
 
 unsigned long TableGraph::AddTable(const GraphNode& node) {
     UpdateIndex();
+    if (!IsShareable(node)) {
+        nodes.push_back(&node);
+        if (edges.size() < nodes.size()) edges.resize(nodes.size());
+        m_indexedCount = nodes.size();
+        return nodes.size() - 1;
+    }
     const auto found = m_index.find(&node);
     if (found != m_index.end()) return found->second;
     nodes.push_back(&node);

@@ -75,6 +75,8 @@ private:
 
     // Brings m_index up to date with `nodes`.
     void UpdateIndex();
+    // False for a node that is not equal to itself under its class's order.
+    static bool IsShareable(const GraphNode& node);
     template <class ReadySet>
     std::vector<unsigned long> TopologicalOrder(unsigned long root, ReadySet& ready) const;
     // The number of indices that are valid in both `nodes` and `edges`.

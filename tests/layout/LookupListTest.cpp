@@ -84,6 +84,7 @@ public:
 // Writes what it visits, in order.
 class TraceVisitor final : public GraphNodeVisitor {
 public:
+    using GraphNodeVisitor::Visit;
     void Visit(LookupList&) override { trace += "list "; }
     void Visit(LookupTable& lookup) override { trace += "lookup" + std::to_string(lookup.lookupType) + " "; }
     std::string trace;

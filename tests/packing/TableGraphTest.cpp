@@ -93,6 +93,29 @@ TEST(TableGraph, EqualNodesShareOneIndexAndOtherClassesNever) {
     EXPECT_EQ(graph.edges.size(), 4u);
 }
 
+// A node class whose order calls some nodes less than themselves, as a
+// lookup's comparison does: such a node is equal to nothing and gets an index
+// of its own each time, and the nodes that do compare sanely still share.
+TEST(TableGraph, NodesLessThanThemselvesAreNeverShared) {
+    class SelfLess final : public TestNode {
+    public:
+        using TestNode::TestNode;
+        bool IsLessThan(const Typeframe::GraphNode& other) const override {
+            return id < 0 || id < static_cast<const SelfLess&>(other).id;
+        }
+    };
+    SelfLess odd(-1, 2);
+    SelfLess sane(5, 2);
+    SelfLess saneToo(5, 2);
+    TableGraph graph;
+    EXPECT_EQ(graph.AddTable(odd), 0u);
+    EXPECT_EQ(graph.AddTable(sane), 1u);
+    EXPECT_EQ(graph.AddTable(odd), 2u);
+    EXPECT_EQ(graph.AddTable(saneToo), 1u);
+    EXPECT_EQ(graph.nodes.size(), 3u);
+    EXPECT_EQ(graph.edges.size(), 3u);
+}
+
 // A diamond whose top also points straight at the bottom, listed first:
 //
 //        0 ------+

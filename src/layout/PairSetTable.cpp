@@ -1,0 +1,83 @@
+#include "layout/PairSetTable.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "layout/LangSys.h"
+#include "packing/GraphNodeVisitor.h"
+
+namespace Typeframe {
+
+namespace {
+
+constexpr size_t kMaxCount = 0xFFFF;
+
+}  // namespace
+
+bool PairSetTable::PairValueRecord::operator<(const PairValueRecord& other) const {
+    if (secondGlyph != other.secondGlyph) return secondGlyph < other.secondGlyph;
+    if (value1 < other.value1) return true;
+    if (other.value1 < value1) return false;
+    return value2 < other.value2;
+}
+
+PairSetTable::PairSetTable(Bedrock::Counted<OTFont> setFont, ValueRecord::ValueRecordFlags format1,
+                           ValueRecord::ValueRecordFlags format2)
+    : font(std::move(setFont)), valueFormat1(format1), valueFormat2(format2) {}
+
+bool PairSetTable::Load(Bedrock::Counted<BigEndianBuffer> source) {
+    if (!source) return false;
+    uint64_t budget = LangSys::GetLoadBudget(*source);
+    return Load(std::move(source), budget);
+}
+
+bool PairSetTable::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {
+    if (!source) return false;
+    const unsigned long start = source->Tell();
+    uint16_t count = 0;
+    if (!source->GetU16(count)) return false;
+    // Every record holds at least its second glyph, so the bytes bound the count.
+    const unsigned long recordSize = 2 + ValueRecord::GetSize(valueFormat1) + ValueRecord::GetSize(valueFormat2);
+    const uint64_t kept =
+        std::min<uint64_t>({count, source->GetRemaining() / recordSize, budget / sizeof(PairValueRecord)});
+    budget -= kept * sizeof(PairValueRecord);
+    records.clear();
+    records.resize(kept);
+    for (PairValueRecord& record : records) {
+        source->GetU16(record.secondGlyph);
+        record.value1 = ValueRecord(valueFormat1, start);
+        record.value1.Load(source, budget);
+        record.value2 = ValueRecord(valueFormat2, start);
+        record.value2.Load(source, budget);
+    }
+    return true;
+}
+
+unsigned long PairSetTable::Save(TableGraph& graph) const {
+    const unsigned long index = graph.AddTable(*this);
+    StartSave();
+    const Bedrock::Counted<BigEndianBuffer> out = buffer;
+    const size_t count = std::min(records.size(), kMaxCount);
+    out->SetU16(static_cast<uint16_t>(count));
+    for (size_t i = 0; i < count; ++i) {
+        out->SetU16(records[i].secondGlyph);
+        records[i].value1.Save(out, index, 0, graph);
+        records[i].value2.Save(out, index, 0, graph);
+    }
+    return index;
+}
+
+bool PairSetTable::IsLessThan(const GraphNode& other) const {
+    const auto& that = static_cast<const PairSetTable&>(other);
+    return records < that.records;
+}
+
+void PairSetTable::Accept(GraphNodeVisitor& visitor) {
+    visitor.Visit(*this);
+    for (PairValueRecord& record : records) {
+        record.value1.Accept(visitor);
+        record.value2.Accept(visitor);
+    }
+}
+
+}  // namespace Typeframe

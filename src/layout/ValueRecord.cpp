@@ -1,0 +1,115 @@
+#include "layout/ValueRecord.h"
+
+#include <bit>
+#include <utility>
+
+#include "layout/LangSys.h"
+#include "packing/GraphNodeVisitor.h"
+#include "packing/TableOffset.h"
+
+namespace Typeframe {
+
+namespace {
+
+constexpr ValueRecord::ValueRecordFlags kValueFlags = 0x000F;
+constexpr ValueRecord::ValueRecordFlags kDeviceFlags = 0x00F0;
+
+// Loads the device at `position` into `device` only when it reads whole and
+// the budget holds its deltas, so that a bad offset leaves the device absent
+// rather than half read.
+void LoadDevice(const Bedrock::Counted<BigEndianBuffer>& source, uint64_t position, DeviceTable& device,
+                uint64_t& budget) {
+    // The header tells how many deltas the device holds, so one the budget
+    // can't hold is never decoded.
+    uint16_t startSize = 0;
+    uint16_t endSize = 0;
+    uint16_t deltaFormat = 0;
+    if (!source->GetU16(position, startSize) || !source->GetU16(position + 2, endSize) ||
+        !source->GetU16(position + 4, deltaFormat))
+        return;
+    const uint64_t cost =
+        deltaFormat == DeviceTable::kVariationIndexFormat ? 0 : static_cast<uint16_t>(endSize - startSize + 1);
+    if (cost > budget) return;
+    source->Seek(static_cast<unsigned long>(position));
+    DeviceTable loaded;
+    if (!loaded.Load(source)) return;
+    budget -= cost;
+    device = std::move(loaded);
+}
+
+}  // namespace
+
+ValueRecord::ValueRecord(ValueRecordFlags flags, unsigned long recordBase) : base(recordBase), valueFormat(flags) {}
+
+unsigned long ValueRecord::GetSize(ValueRecordFlags flags) {
+    return 2ul * std::popcount(static_cast<unsigned>(flags & (kValueFlags | kDeviceFlags)));
+}
+
+bool ValueRecord::Load(Bedrock::Counted<BigEndianBuffer> source) {
+    if (!source) return true;
+    uint64_t budget = LangSys::GetLoadBudget(*source);
+    return Load(std::move(source), budget);
+}
+
+bool ValueRecord::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {
+    if (!source) return true;
+    // Fields are read at fixed places, so that a record cut short by the end
+    // of the buffer still ends where the next one would start.
+    unsigned long at = source->Tell();
+    int16_t* const values[] = {&xPlacement, &yPlacement, &xAdvance, &yAdvance};
+    for (unsigned i = 0; i < 4; ++i) {
+        if (!(valueFormat & (kXPlacement << i))) continue;
+        source->GetS16(at, *values[i]);
+        at += 2;
+    }
+    uint16_t offsets[4] = {};
+    for (unsigned i = 0; i < 4; ++i) {
+        if (!(valueFormat & (kXPlacementDevice << i))) continue;
+        source->GetU16(at, offsets[i]);
+        at += 2;
+    }
+    DeviceTable* const devices[] = {&xPlaDevice, &yPlaDevice, &xAdvDevice, &yAdvDevice};
+    for (unsigned i = 0; i < 4; ++i) {
+        if (offsets[i] != 0) LoadDevice(source, base + offsets[i], *devices[i], budget);
+    }
+    source->Seek(at);
+    return true;
+}
+
+bool ValueRecord::Save(Bedrock::Counted<BigEndianBuffer> target, unsigned long node, unsigned long recordBase,
+                       TableGraph& graph) const {
+    if (!target) return true;
+    const int16_t values[] = {xPlacement, yPlacement, xAdvance, yAdvance};
+    for (unsigned i = 0; i < 4; ++i) {
+        if (valueFormat & (kXPlacement << i)) target->SetS16(values[i]);
+    }
+    const DeviceTable* const devices[] = {&xPlaDevice, &yPlaDevice, &xAdvDevice, &yAdvDevice};
+    for (unsigned i = 0; i < 4; ++i) {
+        if (!(valueFormat & (kXPlacementDevice << i))) continue;
+        // The device is saved as soon as its offset exists: the record has no
+        // second pass, and a flag without a device keeps the zero placeholder.
+        const TableOffset offset(target, recordBase, 2, true);
+        if (devices[i]->deltaFormat != 0) graph.AddOffset(node, offset, devices[i]->Save(graph));
+    }
+    return true;
+}
+
+bool ValueRecord::IsLessThan(const GraphNode& other) const {
+    const auto& that = static_cast<const ValueRecord&>(other);
+    if (valueFormat != that.valueFormat) return valueFormat < that.valueFormat;
+    if (xPlacement != that.xPlacement) return xPlacement < that.xPlacement;
+    if (yPlacement != that.yPlacement) return yPlacement < that.yPlacement;
+    if (xAdvance != that.xAdvance) return xAdvance < that.xAdvance;
+    if (yAdvance != that.yAdvance) return yAdvance < that.yAdvance;
+    const DeviceTable* const mine[] = {&xPlaDevice, &yPlaDevice, &xAdvDevice, &yAdvDevice};
+    const DeviceTable* const theirs[] = {&that.xPlaDevice, &that.yPlaDevice, &that.xAdvDevice, &that.yAdvDevice};
+    for (unsigned i = 0; i < 4; ++i) {
+        if (*mine[i] < *theirs[i]) return true;
+        if (*theirs[i] < *mine[i]) return false;
+    }
+    return false;
+}
+
+void ValueRecord::Accept(GraphNodeVisitor& visitor) { visitor.Visit(*this); }
+
+}  // namespace Typeframe
