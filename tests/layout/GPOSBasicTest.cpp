@@ -313,8 +313,10 @@ TEST(PairPosLookup, UnknownFormat) {
     PairPosLookup pair;
     EXPECT_FALSE(pair.Load(HexBuffer("0003 0000 0000 0000 0000")));
     EXPECT_EQ(pair.format, 3);
+    // The graph keeps pointers to its nodes: the first one must outlive it.
+    const CoverageTable first = Coverage({1});
     TableGraph graph;
-    graph.AddTable(Coverage({1}));
+    graph.AddTable(first);
     EXPECT_EQ(pair.Save(graph), 0u);
     EXPECT_EQ(graph.nodes.size(), 2u);
 }
