@@ -18,28 +18,6 @@ unsigned long FieldsSize(uint16_t format) {
     return 6;
 }
 
-// Loads the device at `position` into `device` only when it reads whole and
-// the budget holds its deltas, so that a bad offset leaves the device absent.
-void LoadDevice(const Bedrock::Counted<BigEndianBuffer>& source, uint64_t position, DeviceTable& device,
-                uint64_t& budget) {
-    // The header tells how many deltas the device holds, so one the budget
-    // can't hold is never decoded.
-    uint16_t startSize = 0;
-    uint16_t endSize = 0;
-    uint16_t deltaFormat = 0;
-    if (!source->GetU16(position, startSize) || !source->GetU16(position + 2, endSize) ||
-        !source->GetU16(position + 4, deltaFormat))
-        return;
-    const uint64_t cost =
-        deltaFormat == DeviceTable::kVariationIndexFormat ? 0 : static_cast<uint16_t>(endSize - startSize + 1);
-    if (cost > budget) return;
-    source->Seek(static_cast<unsigned long>(position));
-    DeviceTable loaded;
-    if (!loaded.Load(source)) return;
-    budget -= cost;
-    device = std::move(loaded);
-}
-
 }  // namespace
 
 bool AnchorTable::Load(Bedrock::Counted<BigEndianBuffer> source) {
@@ -62,8 +40,8 @@ bool AnchorTable::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budge
         uint16_t yOffset = 0;
         source->GetU16(start + 6, xOffset);
         source->GetU16(start + 8, yOffset);
-        if (xOffset != 0) LoadDevice(source, start + uint64_t(xOffset), xDeviceTable, budget);
-        if (yOffset != 0) LoadDevice(source, start + uint64_t(yOffset), yDeviceTable, budget);
+        if (xOffset != 0) DeviceTable::LoadAt(source, start + uint64_t(xOffset), xDeviceTable, budget);
+        if (yOffset != 0) DeviceTable::LoadAt(source, start + uint64_t(yOffset), yDeviceTable, budget);
     }
     source->Seek(start + FieldsSize(format));
     return true;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <utility>
 
 namespace Typeframe {
 
@@ -36,6 +37,23 @@ uint16_t ChooseFormat(const std::vector<int8_t>& deltas) {
 }
 
 }  // namespace
+
+void DeviceTable::LoadAt(const Bedrock::Counted<BigEndianBuffer>& source, uint64_t position, DeviceTable& device,
+                         uint64_t& budget) {
+    uint16_t first = 0;
+    uint16_t last = 0;
+    uint16_t format = 0;
+    if (!source->GetU16(position, first) || !source->GetU16(position + 2, last) ||
+        !source->GetU16(position + 4, format))
+        return;
+    const uint64_t cost = format == kVariationIndexFormat ? 0 : SizeCount(first, last);
+    if (cost > budget) return;
+    source->Seek(static_cast<unsigned long>(position));
+    DeviceTable loaded;
+    if (!loaded.Load(source)) return;
+    budget -= cost;
+    device = std::move(loaded);
+}
 
 bool DeviceTable::Load(Bedrock::Counted<BigEndianBuffer> source) {
     if (!source) return false;

@@ -21,6 +21,13 @@ public:
     // Reads from the buffer's position. False for a format other than 1, 2,
     // 3 or 0x8000 and when the buffer lacks the packed deltas; `deltas` then
     // keeps what it held.
+    // Loads the device at `position` of `source` into `device` only when it
+    // reads whole and `budget` holds its deltas (taken from it then), so that
+    // a bad offset leaves the device absent rather than half read. The
+    // header tells how many deltas there are: one the budget can't hold is
+    // never decoded.
+    static void LoadAt(const Bedrock::Counted<BigEndianBuffer>& source, uint64_t position, DeviceTable& device,
+                       uint64_t& budget);
     bool Load(Bedrock::Counted<BigEndianBuffer> source);
     // Chooses the packing afresh from `deltas` (DeviceTable.cpp says how), whatever
     // `deltaFormat` says, except that a variation index stays one.

@@ -14,29 +14,6 @@ namespace {
 constexpr ValueRecord::ValueRecordFlags kValueFlags = 0x000F;
 constexpr ValueRecord::ValueRecordFlags kDeviceFlags = 0x00F0;
 
-// Loads the device at `position` into `device` only when it reads whole and
-// the budget holds its deltas, so that a bad offset leaves the device absent
-// rather than half read.
-void LoadDevice(const Bedrock::Counted<BigEndianBuffer>& source, uint64_t position, DeviceTable& device,
-                uint64_t& budget) {
-    // The header tells how many deltas the device holds, so one the budget
-    // can't hold is never decoded.
-    uint16_t startSize = 0;
-    uint16_t endSize = 0;
-    uint16_t deltaFormat = 0;
-    if (!source->GetU16(position, startSize) || !source->GetU16(position + 2, endSize) ||
-        !source->GetU16(position + 4, deltaFormat))
-        return;
-    const uint64_t cost =
-        deltaFormat == DeviceTable::kVariationIndexFormat ? 0 : static_cast<uint16_t>(endSize - startSize + 1);
-    if (cost > budget) return;
-    source->Seek(static_cast<unsigned long>(position));
-    DeviceTable loaded;
-    if (!loaded.Load(source)) return;
-    budget -= cost;
-    device = std::move(loaded);
-}
-
 }  // namespace
 
 ValueRecord::ValueRecord(ValueRecordFlags flags, unsigned long recordBase) : base(recordBase), valueFormat(flags) {}
@@ -70,7 +47,7 @@ bool ValueRecord::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budge
     }
     DeviceTable* const devices[] = {&xPlaDevice, &yPlaDevice, &xAdvDevice, &yAdvDevice};
     for (unsigned i = 0; i < 4; ++i) {
-        if (offsets[i] != 0) LoadDevice(source, base + offsets[i], *devices[i], budget);
+        if (offsets[i] != 0) DeviceTable::LoadAt(source, base + offsets[i], *devices[i], budget);
     }
     source->Seek(at);
     return true;

@@ -28,19 +28,20 @@
 #include "packing/TableGraph.h"
 #include "packing/TableGraphWriter.h"
 #include "TestUtil.h"
+#include "LayoutTestUtil.h"
 
 using namespace Typeframe;
 using TypeframeTest::BufferBytes;
 using TypeframeTest::ByteWriter;
+using TypeframeTest::Equal;
 using TypeframeTest::HexBytes;
+using TypeframeTest::Pack;
 
 namespace {
 
 Bedrock::Counted<BigEndianBuffer> ToBuffer(const std::vector<uint8_t>& bytes) {
     return Bedrock::MakeCounted<BigEndianBuffer>(bytes.data(), bytes.size(), 4);
 }
-
-bool Equal(const GraphNode& a, const GraphNode& b) { return !(a < b) && !(b < a); }
 
 FeatureTable MakeFeature(const char (&tag)[5], std::vector<uint16_t> lookups,
                          Bedrock::Counted<FeatureParams> params = nullptr) {
@@ -55,17 +56,6 @@ Bedrock::Counted<ssxxFeatureParams> MakeSsxx(uint16_t uiNameID) {
     auto params = Bedrock::MakeCounted<ssxxFeatureParams>();
     params->uiNameID = uiNameID;
     return params;
-}
-
-std::vector<uint8_t> Pack(const FeatureList& list, TableGraph& graph) {
-    const unsigned long root = list.Save(graph);
-    const Bedrock::Counted<BigEndianBuffer> packed = TableGraphWriter().Save(graph, root);
-    return packed ? BufferBytes(*packed) : std::vector<uint8_t>();
-}
-
-std::vector<uint8_t> Pack(const FeatureList& list) {
-    TableGraph graph;
-    return Pack(list, graph);
 }
 
 std::string TagText(Tag tag) {

@@ -31,33 +31,20 @@
 #include "packing/TableGraph.h"
 #include "packing/TableGraphWriter.h"
 #include "TestUtil.h"
+#include "LayoutTestUtil.h"
 
 using namespace Typeframe;
 using TypeframeTest::BufferBytes;
 using TypeframeTest::ByteWriter;
+using TypeframeTest::Equal;
 using TypeframeTest::HexBuffer;
 using TypeframeTest::HexBytes;
+using TypeframeTest::Pack;
 
 namespace {
 
 Bedrock::Counted<BigEndianBuffer> ToBuffer(const std::vector<uint8_t>& bytes) {
     return Bedrock::MakeCounted<BigEndianBuffer>(bytes.data(), bytes.size(), 4);
-}
-
-bool Equal(const GraphNode& a, const GraphNode& b) { return !(a < b) && !(b < a); }
-
-// Saves `node` as the root of `graph` and lays it out.
-template <class Node>
-std::vector<uint8_t> Pack(const Node& node, TableGraph& graph) {
-    const unsigned long root = node.Save(graph);
-    const Bedrock::Counted<BigEndianBuffer> packed = TableGraphWriter().Save(graph, root);
-    return packed ? BufferBytes(*packed) : std::vector<uint8_t>();
-}
-
-template <class Node>
-std::vector<uint8_t> Pack(const Node& node) {
-    TableGraph graph;
-    return Pack(node, graph);
 }
 
 // Packs `node`, reads the bytes back and expects an equal object.

@@ -27,12 +27,15 @@
 #include "packing/TableGraph.h"
 #include "packing/TableGraphWriter.h"
 #include "TestUtil.h"
+#include "LayoutTestUtil.h"
 
 using namespace Typeframe;
 using TypeframeTest::BufferBytes;
 using TypeframeTest::ByteWriter;
+using TypeframeTest::Equal;
 using TypeframeTest::HexBuffer;
 using TypeframeTest::HexBytes;
+using TypeframeTest::Pack;
 
 namespace {
 
@@ -102,8 +105,6 @@ Bedrock::Counted<BigEndianBuffer> ToBuffer(const std::vector<uint8_t>& bytes) {
     return Bedrock::MakeCounted<BigEndianBuffer>(bytes.data(), bytes.size(), 4);
 }
 
-bool Equal(const GraphNode& a, const GraphNode& b) { return !(a < b) && !(b < a); }
-
 Bedrock::Counted<LookupSubTable> Raw(uint16_t type, const char* hex) {
     return Bedrock::MakeCounted<RawSubTable>(type, HexBytes(hex));
 }
@@ -114,20 +115,6 @@ LookupTable MakeLookup(uint16_t type, uint16_t flag, std::vector<Bedrock::Counte
     lookup.lookupFlag = flag;
     lookup.subTables = std::move(subTables);
     return lookup;
-}
-
-// Saves `node` as the root of `graph` and lays it out.
-template <class Node>
-std::vector<uint8_t> Pack(const Node& node, TableGraph& graph) {
-    const unsigned long root = node.Save(graph);
-    const Bedrock::Counted<BigEndianBuffer> packed = TableGraphWriter().Save(graph, root);
-    return packed ? BufferBytes(*packed) : std::vector<uint8_t>();
-}
-
-template <class Node>
-std::vector<uint8_t> Pack(const Node& node) {
-    TableGraph graph;
-    return Pack(node, graph);
 }
 
 // "type.flag[/markFilteringSet][entry,...]", an entry "-" when null, else

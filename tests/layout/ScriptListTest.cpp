@@ -24,19 +24,20 @@
 #include "packing/TableGraph.h"
 #include "packing/TableGraphWriter.h"
 #include "TestUtil.h"
+#include "LayoutTestUtil.h"
 
 using namespace Typeframe;
 using TypeframeTest::BufferBytes;
 using TypeframeTest::ByteWriter;
+using TypeframeTest::Equal;
 using TypeframeTest::HexBytes;
+using TypeframeTest::Pack;
 
 namespace {
 
 Bedrock::Counted<BigEndianBuffer> ToBuffer(const std::vector<uint8_t>& bytes) {
     return Bedrock::MakeCounted<BigEndianBuffer>(bytes.data(), bytes.size(), 4);
 }
-
-bool Equal(const GraphNode& a, const GraphNode& b) { return !(a < b) && !(b < a); }
 
 LangSys MakeLangSys(std::vector<uint16_t> features) {
     LangSys langSys;
@@ -50,18 +51,6 @@ LangSysRecord MakeRecord(const char (&tag)[5], std::vector<uint16_t> features) {
     record.tag = MakeTag(tag);
     record.langSys = MakeLangSys(std::move(features));
     return record;
-}
-
-// Saves `list` as the root of a new graph and lays it out.
-std::vector<uint8_t> Pack(const ScriptList& list, TableGraph& graph) {
-    const unsigned long root = list.Save(graph);
-    const Bedrock::Counted<BigEndianBuffer> packed = TableGraphWriter().Save(graph, root);
-    return packed ? BufferBytes(*packed) : std::vector<uint8_t>();
-}
-
-std::vector<uint8_t> Pack(const ScriptList& list) {
-    TableGraph graph;
-    return Pack(list, graph);
 }
 
 unsigned long IndexOf(const TableGraph& graph, const GraphNode& node) {
