@@ -32,6 +32,12 @@ bool CursivePosLookup::EntryExitRecord::operator<(const EntryExitRecord& other) 
 
 bool CursivePosLookup::Load(Bedrock::Counted<BigEndianBuffer> source) {
     if (!source) return false;
+    uint64_t budget = LangSys::GetLoadBudget(*source);
+    return Load(std::move(source), budget);
+}
+
+bool CursivePosLookup::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {
+    if (!source) return false;
     const unsigned long start = source->Tell();
     if (!source->IsInBounds(start, kHeaderSize)) return false;
     uint16_t coverageOffset = 0;
@@ -39,7 +45,6 @@ bool CursivePosLookup::Load(Bedrock::Counted<BigEndianBuffer> source) {
     source->GetU16(format);
     source->GetU16(coverageOffset);
     source->GetU16(count);
-    uint64_t budget = LangSys::GetLoadBudget(*source);
     const uint64_t kept =
         std::min<uint64_t>({count, source->GetRemaining() / kRecordSize, budget / sizeof(EntryExitRecord)});
     budget -= kept * sizeof(EntryExitRecord);

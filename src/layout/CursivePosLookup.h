@@ -31,6 +31,7 @@ public:
     // records whose offsets the bytes hold. An anchor or coverage that is
     // missing or doesn't load stays empty.
     bool Load(Bedrock::Counted<BigEndianBuffer> source) override;
+    bool Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) override;
     // Unlike its kin, saves each child as soon as its offset is written:
     // the coverage first, then each record's entry and exit anchors.
     unsigned long Save(TableGraph& graph) const override;

@@ -1,5 +1,9 @@
 #include "layout/ExtensionPosLookup.h"
 
+#include <utility>
+
+#include "layout/LangSys.h"
+
 #include <functional>
 
 #include "packing/GraphNodeVisitor.h"
@@ -15,6 +19,14 @@ constexpr unsigned long kHeaderSize = 8;
 
 bool ExtensionPosLookup::Load(Bedrock::Counted<BigEndianBuffer> source) {
     if (!source) return false;
+    uint64_t budget = LangSys::GetLoadBudget(*source);
+    return Load(std::move(source), budget);
+}
+
+// The wrapped subtable loads within the budget of the load that reached
+// this extension.
+bool ExtensionPosLookup::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {
+    if (!source) return false;
     const uint64_t start = source->Tell();
     if (!source->IsInBounds(start, kHeaderSize)) return false;
     uint32_t offset = 0;
@@ -28,7 +40,7 @@ bool ExtensionPosLookup::Load(Bedrock::Counted<BigEndianBuffer> source) {
     subTable = owner->MakeSubTable(extensionLookupType, font);
     if (!subTable) return false;
     source->Seek(start + offset);
-    return subTable->Load(source);
+    return subTable->Load(source, budget);
 }
 
 unsigned long ExtensionPosLookup::Save(TableGraph& graph) const {

@@ -27,6 +27,7 @@ public:
     // an extension never wraps an extension, which keeps a chain of them from
     // recursing.
     bool Load(Bedrock::Counted<BigEndianBuffer> source) override;
+    bool Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) override;
     // format, extensionLookupType, a 32-bit offset, then the wrapped subtable
     // and its edge; a null subTable keeps a zero offset with no edge.
     unsigned long Save(TableGraph& graph) const override;

@@ -25,6 +25,11 @@ public:
     void Accept(GraphNodeVisitor& visitor) override = 0;
     // Reads at the buffer's position; offsets count from there.
     virtual bool Load(Bedrock::Counted<BigEndianBuffer> source) = 0;
+    // The same within `budget`, the bytes of objects that the rest of one
+    // load may still keep, reduced by what this keeps: a lookup list whose
+    // many offsets lead to one large subtable then keeps it in proportion
+    // to the bytes, not once per offset. The base ignores the budget.
+    virtual bool Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget);
     // Returns the subtable's node index.
     virtual unsigned long Save(TableGraph& graph) const = 0;
     // The lookup type this subtable belongs to.

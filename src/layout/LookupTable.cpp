@@ -51,7 +51,7 @@ bool LookupTable::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budge
         if (!subTable) continue;
         source->Seek(start + offset);
         // The result is ignored: a subtable that reads badly keeps what it could.
-        subTable->Load(source);
+        subTable->Load(source, budget);
         subTables[i] = std::move(subTable);
     }
     return true;

@@ -29,6 +29,7 @@ public:
     // isn't read whole, with what was read kept. What one load keeps is
     // bounded by LangSys::GetLoadBudget.
     bool Load(Bedrock::Counted<BigEndianBuffer> source) override;
+    bool Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) override;
     // The header with its four offsets, then each child in header order.
     unsigned long Save(TableGraph& graph) const override;
     uint16_t GetType() const override { return kType; }

@@ -1,5 +1,7 @@
 #include "layout/MarkMarkPosLookup.h"
 
+#include <utility>
+
 #include "layout/LangSys.h"
 #include "layout/MarkAttachmentPos.h"
 #include "packing/GraphNodeVisitor.h"
@@ -9,6 +11,11 @@ namespace Typeframe {
 bool MarkMarkPosLookup::Load(Bedrock::Counted<BigEndianBuffer> source) {
     if (!source) return false;
     uint64_t budget = LangSys::GetLoadBudget(*source);
+    return Load(std::move(source), budget);
+}
+
+bool MarkMarkPosLookup::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {
+    if (!source) return false;
     return MarkAttachmentPos::Load(source, font, format, mark1Coverage, mark2Coverage, markClassCount, mark1Array,
                                    mark2Array, budget);
 }

@@ -1,5 +1,7 @@
 #include "layout/MarkToBasePosLookup.h"
 
+#include <utility>
+
 #include "layout/LangSys.h"
 #include "layout/MarkAttachmentPos.h"
 #include "packing/GraphNodeVisitor.h"
@@ -9,6 +11,11 @@ namespace Typeframe {
 bool MarkToBasePosLookup::Load(Bedrock::Counted<BigEndianBuffer> source) {
     if (!source) return false;
     uint64_t budget = LangSys::GetLoadBudget(*source);
+    return Load(std::move(source), budget);
+}
+
+bool MarkToBasePosLookup::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {
+    if (!source) return false;
     return MarkAttachmentPos::Load(source, font, format, markCoverage, baseCoverage, markClassCount, markArray,
                                    baseArray, budget);
 }

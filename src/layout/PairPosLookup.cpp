@@ -33,6 +33,12 @@ void LoadChild(const Bedrock::Counted<BigEndianBuffer>& source, unsigned long st
 
 bool PairPosLookup::Load(Bedrock::Counted<BigEndianBuffer> source) {
     if (!source) return false;
+    uint64_t budget = LangSys::GetLoadBudget(*source);
+    return Load(std::move(source), budget);
+}
+
+bool PairPosLookup::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {
+    if (!source) return false;
     const unsigned long start = source->Tell();
     uint16_t readFormat = 0;
     if (!source->GetU16(start, readFormat)) return false;
@@ -46,7 +52,6 @@ bool PairPosLookup::Load(Bedrock::Counted<BigEndianBuffer> source) {
     source->GetU16(start + 2, coverageOffset);
     source->GetU16(start + 4, valueFormat1);
     source->GetU16(start + 6, valueFormat2);
-    uint64_t budget = LangSys::GetLoadBudget(*source);
 
     if (format == 1) {
         uint16_t count = 0;

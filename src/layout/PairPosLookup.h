@@ -26,6 +26,7 @@ public:
     // budget) hold and lowers class1Count to match. A child that is missing
     // or doesn't load stays empty.
     bool Load(Bedrock::Counted<BigEndianBuffer> source) override;
+    bool Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) override;
     // For a format other than 1 or 2 the node holds only the start of the
     // header, and 0 is returned rather than this node's index.
     unsigned long Save(TableGraph& graph) const override;

@@ -17,6 +17,12 @@ constexpr size_t kMaxCount = 0xFFFF;
 
 bool SinglePosLookup::Load(Bedrock::Counted<BigEndianBuffer> source) {
     if (!source) return false;
+    uint64_t budget = LangSys::GetLoadBudget(*source);
+    return Load(std::move(source), budget);
+}
+
+bool SinglePosLookup::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {
+    if (!source) return false;
     const unsigned long start = source->Tell();
     uint16_t readFormat = 0;
     if (!source->GetU16(start, readFormat) || !source->IsInBounds(start, readFormat == 2 ? 8 : 6)) return false;
@@ -29,7 +35,6 @@ bool SinglePosLookup::Load(Bedrock::Counted<BigEndianBuffer> source) {
     source->Seek(start + (format == 2 ? 8 : 6));
 
     // Records without fields take no bytes, so the budget alone bounds them.
-    uint64_t budget = LangSys::GetLoadBudget(*source);
     const unsigned long recordSize = ValueRecord::GetSize(valueFormat);
     const uint64_t fit = recordSize == 0 ? count : source->GetRemaining() / recordSize;
     const uint64_t kept = std::min<uint64_t>({count, fit, budget / sizeof(ValueRecord)});

@@ -22,6 +22,7 @@ public:
     // records the bytes hold; any other format reads one record, as format
     // 1 does. A coverage that doesn't load stays empty.
     bool Load(Bedrock::Counted<BigEndianBuffer> source) override;
+    bool Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) override;
     // Format 2 writes a count and every record, up to 65535; any other
     // format writes exactly one record, a zero one when `values` is empty.
     unsigned long Save(TableGraph& graph) const override;

@@ -48,6 +48,7 @@ public:
     explicit RawSubTable(uint16_t lookupType, std::vector<uint8_t> kept = {}) : type(lookupType), bytes(kept) {}
 
     void Accept(GraphNodeVisitor& visitor) override;
+    using LookupSubTable::Load;
     bool Load(Bedrock::Counted<BigEndianBuffer> source) override {
         bytes.assign(std::min(kSize, source->GetRemaining()), 0);
         return !bytes.empty() && source->Read(bytes.size(), bytes.data()) && bytes.size() == kSize;
@@ -409,6 +410,52 @@ TEST(LookupList, SharedLookupsCannotMultiplyMemory) {
     EXPECT_LE(kept, LangSys::GetLoadBudget(*buffer));
     EXPECT_EQ(list.lookups[0].subTables.size(), kSubTables);
     EXPECT_TRUE(list.lookups.back().subTables.empty());
+}
+
+// Subtables load within the budget of the lookup's load: many offsets to one
+// subtable that would keep a lot each can't each start a budget of their own.
+TEST(LookupList, SubtablesLoadWithinTheLookupsBudget) {
+    // Keeps up to 1 MiB of the budget it is given, as a large subtable would.
+    class Greedy final : public LookupSubTable {
+    public:
+        void Accept(GraphNodeVisitor&) override {}
+        bool Load(Bedrock::Counted<BigEndianBuffer>) override { return true; }
+        bool Load(Bedrock::Counted<BigEndianBuffer>, uint64_t& budget) override {
+            taken = std::min<uint64_t>(budget, uint64_t(1) << 20);
+            budget -= taken;
+            return true;
+        }
+        unsigned long Save(TableGraph& graph) const override { return graph.AddTable(*this); }
+        uint16_t GetType() const override { return 1; }
+        bool IsLessThan(const GraphNode&) const override { return false; }
+        uint64_t taken = 0;
+    };
+    class GreedyOwner final : public LookupSubTableOwner {
+    public:
+        Bedrock::Counted<LookupSubTable> MakeSubTable(unsigned short, Bedrock::Counted<OTFont>) const override {
+            return Bedrock::MakeCounted<Greedy>();
+        }
+        Bedrock::Counted<LookupSubTable> MakeExtensionSubTable(Bedrock::Counted<LookupSubTable>) const override {
+            return nullptr;
+        }
+        unsigned short GetExtensionType() const override { return 9; }
+    };
+    constexpr uint16_t kSubTables = 100;
+    ByteWriter w;
+    w.U16(1).U16(0).U16(kSubTables);
+    for (int i = 0; i < kSubTables; ++i) w.U16(6 + 2 * kSubTables);
+    w.U32(0);
+    const auto buffer = ToBuffer(w.Data());
+    LookupTable lookup;
+    lookup.owner = Bedrock::MakeCounted<GreedyOwner>();
+    ASSERT_TRUE(lookup.Load(buffer));
+    ASSERT_EQ(lookup.subTables.size(), kSubTables);
+    uint64_t taken = 0;
+    for (const auto& subTable : lookup.subTables) taken += static_cast<const Greedy&>(*subTable).taken;
+    // The first draws on the lookup's budget, and by the last it is spent.
+    EXPECT_EQ(static_cast<const Greedy&>(*lookup.subTables.front()).taken, uint64_t(1) << 20);
+    EXPECT_LE(taken, LangSys::GetLoadBudget(*buffer));
+    EXPECT_EQ(static_cast<const Greedy&>(*lookup.subTables.back()).taken, 0u);
 }
 
 // A visitor sees the list, then each lookup and its subtables that are not
