@@ -296,20 +296,6 @@ std::string AxisList(const Typeframe::OTfvarTable& fvar) {
     return list.empty() ? "none" : list;
 }
 
-// A 16.16 axis value as short as it reads back: 400, 87.5, -12.25.
-std::string AxisValueText(Typeframe::Fixed16_16 value) {
-    char text[32];
-    for (int places = 0; places <= 5; ++places) {
-        const auto result =
-            std::to_chars(text, text + sizeof(text), value.ToDouble(), std::chars_format::fixed, places);
-        if (result.ec != std::errc()) break;
-        double back = 0;
-        std::from_chars(text, result.ptr, back);
-        if (places == 5 || std::llround(back * 65536.0) == value.GetRaw()) return std::string(text, result.ptr);
-    }
-    return std::to_string(value.ToDouble());
-}
-
 // One user value per axis: the default, or the value given for its tag. A
 // value outside the axis's range is refused rather than clamped, so that
 // the file is never named after a location it does not hold; the extremes
@@ -325,8 +311,8 @@ bool BuildLocation(const std::string& path, const Typeframe::OTfvarTable& fvar,
             if (axis.axisTag != setting.tag) continue;
             if (setting.value < axis.minValue.ToDouble() || setting.value > axis.maxValue.ToDouble()) {
                 ReportError(path, "the value " + setting.text + " for axis '" + TagText(setting.tag) +
-                                      "' is outside its range, " + AxisValueText(axis.minValue) + " to " +
-                                      AxisValueText(axis.maxValue));
+                                      "' is outside its range, " + FixedText(axis.minValue) + " to " +
+                                      FixedText(axis.maxValue));
                 return false;
             }
             location[i] = setting.value;

@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <cmath>
 #include <charconv>
 #include <cstdlib>
 #include <cstring>
@@ -116,6 +117,24 @@ std::optional<int64_t> SourceDateEpoch() {
     const auto [last, error] = std::from_chars(text, end, seconds);
     if (error != std::errc() || last != end || seconds < 0) return std::nullopt;
     return seconds;
+}
+
+// The shortest decimal that reads back as the same 16.16 value: 400, -10,
+// 0.5, 12.34567. Five places always do; to_chars ignores the locale.
+std::string FixedText(Typeframe::Fixed16_16 value) {
+    const double number = value.ToDouble();
+    char text[32];
+    for (int places = 0; places <= 5; ++places) {
+        const auto result = std::to_chars(text, text + sizeof(text), number, std::chars_format::fixed, places);
+        if (result.ec != std::errc()) break;
+        double back = 0;
+        std::from_chars(text, result.ptr, back);
+        if (places == 5 || std::llround(back * 65536.0) == value.GetRaw()) {
+            std::string shown(text, result.ptr);
+            return shown == "-0" ? "0" : shown;
+        }
+    }
+    return std::to_string(number);
 }
 
 std::string TagText(Typeframe::Tag tag) { return Typeframe::TagToString(tag).c_str(); }

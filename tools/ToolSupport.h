@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "base/Counted.h"
+#include "base/FixedPoint.h"
 #include "core/OTFile.h"
 #include "core/Tag.h"
 #include "Commands.h"
@@ -50,6 +51,10 @@ bool ParseIndex(const std::string& text, int& index);
 bool ParseTableTag(const std::string& text, Typeframe::Tag& tag);
 
 std::string TagText(Typeframe::Tag tag);
+
+// The shortest decimal that reads back as the same 16.16 value: 400, -10,
+// 0.5, 12.34567, whatever the locale.
+std::string FixedText(Typeframe::Fixed16_16 value);
 
 // The time that SOURCE_DATE_EPOCH gives, as build systems set it for
 // reproducible output: saved fonts are stamped with it. Unset when it is

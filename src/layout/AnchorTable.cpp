@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "layout/LangSys.h"
 #include "packing/GraphNodeVisitor.h"
 #include "packing/TableOffset.h"
 
@@ -22,7 +21,7 @@ unsigned long FieldsSize(uint16_t format) {
 
 bool AnchorTable::Load(Bedrock::Counted<BigEndianBuffer> source) {
     if (!source) return false;
-    uint64_t budget = LangSys::GetLoadBudget(*source);
+    uint64_t budget = SubTable::GetLoadBudget(*source);
     return Load(std::move(source), budget);
 }
 

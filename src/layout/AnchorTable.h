@@ -22,7 +22,7 @@ public:
     // other than 1 to 3 stops after the coordinates. A device that doesn't
     // load stays absent (deltaFormat 0).
     bool Load(Bedrock::Counted<BigEndianBuffer> source);
-    // The same within `budget` (see LangSys::GetLoadBudget): a device whose
+    // The same within `budget` (see SubTable::GetLoadBudget): a device whose
     // deltas the budget can't hold stays absent.
     bool Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget);
     // Format 3 writes its devices inside the anchor's own bytes, not as

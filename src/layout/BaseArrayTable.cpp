@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "layout/LangSys.h"
 #include "layout/MarkAttachmentPos.h"
 #include "packing/GraphNodeVisitor.h"
 #include "packing/TableOffset.h"
@@ -12,7 +11,7 @@ namespace Typeframe {
 
 bool BaseArrayTable::Load(Bedrock::Counted<BigEndianBuffer> source) {
     if (!source) return false;
-    uint64_t budget = LangSys::GetLoadBudget(*source);
+    uint64_t budget = SubTable::GetLoadBudget(*source);
     return Load(std::move(source), budget);
 }
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "layout/LangSys.h"
 #include "packing/GraphNodeVisitor.h"
 #include "packing/TableOffset.h"
 
@@ -32,7 +31,7 @@ bool CursivePosLookup::EntryExitRecord::operator<(const EntryExitRecord& other) 
 
 bool CursivePosLookup::Load(Bedrock::Counted<BigEndianBuffer> source) {
     if (!source) return false;
-    uint64_t budget = LangSys::GetLoadBudget(*source);
+    uint64_t budget = SubTable::GetLoadBudget(*source);
     return Load(std::move(source), budget);
 }
 
@@ -45,9 +44,8 @@ bool CursivePosLookup::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& 
     source->GetU16(format);
     source->GetU16(coverageOffset);
     source->GetU16(count);
-    const uint64_t kept =
-        std::min<uint64_t>({count, source->GetRemaining() / kRecordSize, budget / sizeof(EntryExitRecord)});
-    budget -= kept * sizeof(EntryExitRecord);
+    const uint64_t kept = SubTable::KeepWithinBudget(std::min<uint64_t>(count, source->GetRemaining() / kRecordSize),
+                                                     sizeof(EntryExitRecord), budget);
     std::vector<uint16_t> offsets(2 * kept);
     for (uint16_t& offset : offsets) source->GetU16(offset);
 

@@ -2,8 +2,6 @@
 
 #include <utility>
 
-#include "layout/LangSys.h"
-
 #include <functional>
 
 #include "packing/GraphNodeVisitor.h"
@@ -19,7 +17,7 @@ constexpr unsigned long kHeaderSize = 8;
 
 bool ExtensionPosLookup::Load(Bedrock::Counted<BigEndianBuffer> source) {
     if (!source) return false;
-    uint64_t budget = LangSys::GetLoadBudget(*source);
+    uint64_t budget = SubTable::GetLoadBudget(*source);
     return Load(std::move(source), budget);
 }
 

@@ -4,7 +4,6 @@
 #include <functional>
 #include <utility>
 
-#include "layout/LangSys.h"
 #include "packing/TableOffset.h"
 
 namespace Typeframe {
@@ -20,14 +19,13 @@ bool FeatureList::Load(Bedrock::Counted<BigEndianBuffer> source) {
     if (!source) return false;
     const unsigned long start = source->Tell();
     if (!source->IsInBounds(start, kHeaderSize)) return false;
-    uint64_t budget = LangSys::GetLoadBudget(*source);
+    uint64_t budget = SubTable::GetLoadBudget(*source);
     uint16_t count = 0;
     source->GetU16(count);
     isPresent = true;
 
-    const uint64_t kept =
-        std::min<uint64_t>({count, source->GetRemaining() / kRecordSize, budget / sizeof(FeatureTable)});
-    budget -= kept * sizeof(FeatureTable);
+    const uint64_t kept = SubTable::KeepWithinBudget(std::min<uint64_t>(count, source->GetRemaining() / kRecordSize),
+                                                     sizeof(FeatureTable), budget);
     featureTables.clear();
     featureTables.resize(kept);
     const unsigned long records = start + kHeaderSize;
@@ -49,7 +47,7 @@ unsigned long FeatureList::Save(TableGraph& graph) const {
     StartSave();
     const Bedrock::Counted<BigEndianBuffer> out = buffer;
     const unsigned long base = out->Tell();
-    const size_t count = std::min(featureTables.size(), LangSys::kMaxCount);
+    const size_t count = std::min(featureTables.size(), SubTable::kMaxCount);
     out->SetU16(static_cast<uint16_t>(count));
     std::vector<TableOffset> offsets;
     offsets.reserve(count);

@@ -21,7 +21,7 @@ public:
     // isPresent and keeps the records that the bytes hold, each feature
     // given the record's tag and `font` before it loads from its offset; one
     // that lies past the end stays empty. What one load keeps is bounded by
-    // LangSys::GetLoadBudget.
+    // SubTable::GetLoadBudget.
     bool Load(Bedrock::Counted<BigEndianBuffer> source);
     // The count, then per feature its tag and offset; then each feature.
     unsigned long Save(TableGraph& graph) const;

@@ -25,7 +25,7 @@ public:
     // fixed fields don't fit.
     virtual bool Load(Bedrock::Counted<BigEndianBuffer> source) = 0;
     virtual unsigned long Save(TableGraph& graph) const = 0;
-    // The same within `budget` (see LangSys::GetLoadBudget), reduced by the
+    // The same within `budget` (see SubTable::GetLoadBudget), reduced by the
     // bytes of the entries kept. Fixed-size parameters keep no entries, so
     // by default this is the plain Load.
     virtual bool Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget);

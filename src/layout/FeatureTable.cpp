@@ -4,7 +4,6 @@
 #include <functional>
 #include <utility>
 
-#include "layout/LangSys.h"
 #include "layout/cvxxFeatureParams.h"
 #include "layout/sizeFeatureParams.h"
 #include "layout/ssxxFeatureParams.h"
@@ -46,7 +45,7 @@ Bedrock::Counted<FeatureParams> FeatureTable::MakeFeatureParams(unsigned int tag
 
 bool FeatureTable::Load(Bedrock::Counted<BigEndianBuffer> source) {
     if (!source) return false;
-    uint64_t budget = LangSys::GetLoadBudget(*source);
+    uint64_t budget = SubTable::GetLoadBudget(*source);
     return Load(std::move(source), budget);
 }
 
@@ -59,9 +58,8 @@ bool FeatureTable::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budg
     source->GetU16(paramsOffset);
     source->GetU16(count);
 
-    const uint64_t kept =
-        std::min<uint64_t>({count, source->GetRemaining() / sizeof(uint16_t), budget / sizeof(uint16_t)});
-    budget -= kept * sizeof(uint16_t);
+    const uint64_t kept = SubTable::KeepWithinBudget(
+        std::min<uint64_t>(count, source->GetRemaining() / sizeof(uint16_t)), sizeof(uint16_t), budget);
     lookupListIndices.assign(kept, 0);
     for (uint16_t& index : lookupListIndices) source->GetU16(index);
 
@@ -85,7 +83,7 @@ unsigned long FeatureTable::Save(TableGraph& graph) const {
     const unsigned long base = out->Tell();
     // Always written: a feature without parameters keeps a zero offset here.
     const TableOffset paramsOffset(out, base, 2, true);
-    const size_t count = std::min(lookupListIndices.size(), LangSys::kMaxCount);
+    const size_t count = std::min(lookupListIndices.size(), SubTable::kMaxCount);
     out->SetU16(static_cast<uint16_t>(count));
     for (size_t i = 0; i < count; ++i) out->SetU16(lookupListIndices[i]);
     if (featureParams) graph.AddOffset(index, paramsOffset, featureParams->Save(graph));

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "layout/LangSys.h"
-
 namespace Typeframe {
 
 namespace {
@@ -52,7 +50,7 @@ bool FeatureVariationsTable::ConditionTable::IsApplicable(const std::vector<Fixe
 
 bool FeatureVariationsTable::ConditionTableSet::Load(Bedrock::Counted<BigEndianBuffer> source) {
     if (!source) return false;
-    uint64_t budget = LangSys::GetLoadBudget(*source);
+    uint64_t budget = SubTable::GetLoadBudget(*source);
     return Load(std::move(source), budget);
 }
 
@@ -63,9 +61,8 @@ bool FeatureVariationsTable::ConditionTableSet::Load(Bedrock::Counted<BigEndianB
     uint16_t count = 0;
     source->GetU16(count);
 
-    const uint64_t kept =
-        std::min<uint64_t>({count, source->GetRemaining() / kConditionOffsetSize, budget / sizeof(ConditionTable)});
-    budget -= kept * sizeof(ConditionTable);
+    const uint64_t kept = SubTable::KeepWithinBudget(
+        std::min<uint64_t>(count, source->GetRemaining() / kConditionOffsetSize), sizeof(ConditionTable), budget);
     conditions.assign(kept, ConditionTable());
     const unsigned long offsets = start + kConditionSetHeaderSize;
     for (size_t i = 0; i < conditions.size(); ++i) {
@@ -87,7 +84,7 @@ bool FeatureVariationsTable::ConditionTableSet::IsApplicable(const std::vector<F
 
 bool FeatureVariationsTable::FeatureTableSubstitutionTable::Load(Bedrock::Counted<BigEndianBuffer> source) {
     if (!source) return false;
-    uint64_t budget = LangSys::GetLoadBudget(*source);
+    uint64_t budget = SubTable::GetLoadBudget(*source);
     return Load(std::move(source), budget);
 }
 
@@ -101,9 +98,9 @@ bool FeatureVariationsTable::FeatureTableSubstitutionTable::Load(Bedrock::Counte
     source->GetU16(minorVersion);
     source->GetU16(count);
 
-    const uint64_t kept = std::min<uint64_t>(
-        {count, source->GetRemaining() / kSubstitutionRecordSize, budget / sizeof(FeatureTableSubstitutionRecord)});
-    budget -= kept * sizeof(FeatureTableSubstitutionRecord);
+    const uint64_t kept =
+        SubTable::KeepWithinBudget(std::min<uint64_t>(count, source->GetRemaining() / kSubstitutionRecordSize),
+                                   sizeof(FeatureTableSubstitutionRecord), budget);
     substitutions.clear();
     substitutions.resize(kept);
     const unsigned long records = start + kSubstitutionHeaderSize;
@@ -135,16 +132,16 @@ bool FeatureVariationsTable::Load(Bedrock::Counted<BigEndianBuffer> source) {
     if (!source) return false;
     const unsigned long start = source->Tell();
     if (!source->IsInBounds(start, kTableHeaderSize)) return false;
-    uint64_t budget = LangSys::GetLoadBudget(*source);
+    uint64_t budget = SubTable::GetLoadBudget(*source);
     uint32_t count = 0;
     source->GetU16(majorVersion);
     source->GetU16(minorVersion);
     source->GetU32(count);
 
     // A 32-bit count is bounded by the records the bytes hold before anything is allocated.
-    const uint64_t kept = std::min<uint64_t>(
-        {count, source->GetRemaining() / kVariationRecordSize, budget / sizeof(FeatureVariationRecord)});
-    budget -= kept * sizeof(FeatureVariationRecord);
+    const uint64_t kept =
+        SubTable::KeepWithinBudget(std::min<uint64_t>(count, source->GetRemaining() / kVariationRecordSize),
+                                   sizeof(FeatureVariationRecord), budget);
     records.clear();
     records.reserve(kept);
     for (uint64_t i = 0; i < kept; ++i) records.emplace_back(font);

@@ -112,7 +112,7 @@ public:
     // keeps the versions and the records that the bytes hold (8 bytes each),
     // each given `font`, and loads each part from its non-zero offset; a
     // part whose offset is 0 or past the end stays empty. What one load
-    // keeps is bounded by LangSys::GetLoadBudget, since many records may
+    // keeps is bounded by SubTable::GetLoadBudget, since many records may
     // point at one large set or substitution table.
     virtual bool Load(Bedrock::Counted<BigEndianBuffer> source);
 

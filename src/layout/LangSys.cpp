@@ -7,14 +7,8 @@ namespace Typeframe {
 namespace {
 
 constexpr unsigned long kHeaderSize = 6;
-constexpr uint64_t kBudgetFloor = uint64_t(16) << 20;
-constexpr uint64_t kBudgetPerByte = 2;
 
 }  // namespace
-
-uint64_t LangSys::GetLoadBudget(const BigEndianBuffer& bytes) {
-    return kBudgetFloor + kBudgetPerByte * uint64_t(bytes.GetLength());
-}
 
 bool LangSys::Load(Bedrock::Counted<BigEndianBuffer> source) {
     if (!source) return false;
@@ -32,9 +26,8 @@ bool LangSys::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {
     isPresent = true;
 
     // A count beyond the bytes or the budget keeps what they hold.
-    const uint64_t kept =
-        std::min<uint64_t>({count, source->GetRemaining() / sizeof(uint16_t), budget / sizeof(uint16_t)});
-    budget -= kept * sizeof(uint16_t);
+    const uint64_t kept = SubTable::KeepWithinBudget(
+        std::min<uint64_t>(count, source->GetRemaining() / sizeof(uint16_t)), sizeof(uint16_t), budget);
     featureIndices.assign(kept, 0);
     for (uint16_t& index : featureIndices) source->GetU16(index);
     return true;

@@ -3,10 +3,6 @@
 // A language system of a layout script: the features that apply to one
 // language, by index into the feature list. It has no offsets, so its node in
 // a table graph is a leaf.
-//
-// The script-side classes (ScriptList, ScriptTable, LangSysRecord) all
-// include this header and share its budget, which keeps one load of a script
-// list proportional to its bytes.
 
 #include <cstddef>
 #include <cstdint>
@@ -21,9 +17,6 @@ namespace Typeframe {
 
 class LangSys : public SubTable {
 public:
-    // The most entries a 16-bit count can announce; Save writes no more.
-    static constexpr size_t kMaxCount = 0xFFFF;
-
     // Reads at the buffer's position. False, with nothing changed, when the
     // six-byte header doesn't fit; otherwise sets isPresent and keeps the
     // indices that the bytes (and the budget) hold.
@@ -33,14 +26,6 @@ public:
     bool Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget);
     unsigned long Save(TableGraph& graph) const;
     bool IsLessThan(const GraphNode& other) const override;
-
-    // How many bytes of records and indices one load of a script list (or of
-    // any part of one) may keep: 16 MiB plus twice the buffer's length.
-    // Records that point at one shared child load a copy each, so a hostile
-    // list could multiply a small file into a huge object tree. A list that
-    // shares nothing stays well under 16 MiB (its 16-bit offsets reach less
-    // than half a MiB of bytes), which leaves real fonts ample room to share.
-    static uint64_t GetLoadBudget(const BigEndianBuffer& bytes);
 
     // False until a Load succeeds: a script without a default language
     // system keeps a default that is not present.

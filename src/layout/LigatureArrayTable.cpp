@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "layout/LangSys.h"
 #include "layout/MarkAttachmentPos.h"
 #include "packing/GraphNodeVisitor.h"
 #include "packing/TableOffset.h"
@@ -12,7 +11,7 @@ namespace Typeframe {
 
 bool LigatureArrayTable::Load(Bedrock::Counted<BigEndianBuffer> source) {
     if (!source) return false;
-    uint64_t budget = LangSys::GetLoadBudget(*source);
+    uint64_t budget = SubTable::GetLoadBudget(*source);
     return Load(std::move(source), budget);
 }
 
@@ -26,8 +25,7 @@ bool LigatureArrayTable::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t
         return false;
     }
     // Every offset may name one attachment: each copy is charged.
-    const uint64_t kept = std::min<uint64_t>(count, budget / sizeof(LigatureAttachTable));
-    budget -= kept * sizeof(LigatureAttachTable);
+    const uint64_t kept = SubTable::KeepWithinBudget(count, sizeof(LigatureAttachTable), budget);
     attachTables.assign(kept, LigatureAttachTable(classCount));
     bool whole = kept == count;
     const uint64_t offsets = start + 2;

@@ -26,7 +26,7 @@ public:
     // from there. Each attachment gets this array's classCount; a zero offset
     // gives an attachment with no components. False, with nothing changed,
     // when the offsets don't fit in the bytes. What one load keeps is bounded
-    // by LangSys::GetLoadBudget.
+    // by SubTable::GetLoadBudget.
     bool Load(Bedrock::Counted<BigEndianBuffer> source);
     // The same within `budget`, reduced by what this keeps: attachments
     // beyond it are left out, and the result is then false, as it is when an

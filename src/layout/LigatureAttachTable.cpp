@@ -4,7 +4,6 @@
 #include <iterator>
 #include <utility>
 
-#include "layout/LangSys.h"
 #include "layout/MarkAttachmentPos.h"
 #include "packing/GraphNodeVisitor.h"
 #include "packing/TableOffset.h"
@@ -13,7 +12,7 @@ namespace Typeframe {
 
 bool LigatureAttachTable::Load(Bedrock::Counted<BigEndianBuffer> source) {
     if (!source) return false;
-    uint64_t budget = LangSys::GetLoadBudget(*source);
+    uint64_t budget = SubTable::GetLoadBudget(*source);
     return Load(std::move(source), budget);
 }
 

@@ -25,7 +25,7 @@ public:
     // Reads the component count and count * classCount offsets at the
     // buffer's position; offsets count from there, and each that isn't 0 is
     // loaded. False, with nothing changed, when the offsets don't fit in the
-    // bytes. What one load keeps is bounded by LangSys::GetLoadBudget.
+    // bytes. What one load keeps is bounded by SubTable::GetLoadBudget.
     bool Load(Bedrock::Counted<BigEndianBuffer> source);
     // The same within `budget`, reduced by what this keeps: components
     // beyond it are left out and anchors beyond it left missing, and the

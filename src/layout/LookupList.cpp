@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <functional>
 
-#include "layout/LangSys.h"
 #include "packing/GraphNodeVisitor.h"
 #include "packing/TableOffset.h"
 
@@ -19,14 +18,13 @@ bool LookupList::Load(Bedrock::Counted<BigEndianBuffer> source) {
     if (!source) return false;
     const unsigned long start = source->Tell();
     if (!source->IsInBounds(start, kHeaderSize)) return false;
-    uint64_t budget = LangSys::GetLoadBudget(*source);
+    uint64_t budget = SubTable::GetLoadBudget(*source);
     uint16_t count = 0;
     source->GetU16(count);
     isPresent = true;
 
-    const uint64_t kept =
-        std::min<uint64_t>({count, source->GetRemaining() / sizeof(uint16_t), budget / sizeof(LookupTable)});
-    budget -= kept * sizeof(LookupTable);
+    const uint64_t kept = SubTable::KeepWithinBudget(
+        std::min<uint64_t>(count, source->GetRemaining() / sizeof(uint16_t)), sizeof(LookupTable), budget);
     lookups.clear();
     lookups.resize(kept);
     for (size_t i = 0; i < lookups.size(); ++i) {
@@ -46,7 +44,7 @@ unsigned long LookupList::Save(TableGraph& graph) const {
     StartSave();
     const Bedrock::Counted<BigEndianBuffer> out = buffer;
     const unsigned long base = out->Tell();
-    const size_t count = std::min(lookups.size(), LangSys::kMaxCount);
+    const size_t count = std::min(lookups.size(), SubTable::kMaxCount);
     out->SetU16(static_cast<uint16_t>(count));
     std::vector<TableOffset> offsets;
     offsets.reserve(count);

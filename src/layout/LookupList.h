@@ -24,7 +24,7 @@ public:
     // nothing changed, when the two-byte count doesn't fit. Otherwise sets
     // isPresent and keeps the lookups the bytes hold, each loaded from its
     // offset with this list's font and owner. What one load keeps is
-    // bounded by LangSys::GetLoadBudget.
+    // bounded by SubTable::GetLoadBudget.
     bool Load(Bedrock::Counted<BigEndianBuffer> source);
     unsigned long Save(TableGraph& graph) const;
     // Compares font (as a pointer); lists of different owners are each less

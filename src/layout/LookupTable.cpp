@@ -4,7 +4,6 @@
 #include <functional>
 #include <utility>
 
-#include "layout/LangSys.h"
 #include "packing/GraphNodeVisitor.h"
 #include "packing/TableOffset.h"
 
@@ -20,7 +19,7 @@ constexpr unsigned long kHeaderSize = 6;
 // shows as missing entries, and a header that doesn't fit changes nothing.
 bool LookupTable::Load(Bedrock::Counted<BigEndianBuffer> source) {
     if (!source) return true;
-    uint64_t budget = LangSys::GetLoadBudget(*source);
+    uint64_t budget = SubTable::GetLoadBudget(*source);
     return Load(std::move(source), budget);
 }
 
@@ -37,9 +36,8 @@ bool LookupTable::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budge
     // when its bytes are missing it keeps what it held.
     if (lookupFlag & kUseMarkFilteringSet) source->GetU16(offsets + 2 * uint64_t(count), markFilteringSet);
 
-    const uint64_t kept =
-        std::min<uint64_t>({count, source->GetRemaining() / sizeof(uint16_t), budget / kSubTableLoadCost});
-    budget -= kept * kSubTableLoadCost;
+    const uint64_t kept = SubTable::KeepWithinBudget(
+        std::min<uint64_t>(count, source->GetRemaining() / sizeof(uint16_t)), kSubTableLoadCost, budget);
     subTables.clear();
     subTables.resize(kept);
     for (size_t i = 0; i < subTables.size(); ++i) {
@@ -64,7 +62,7 @@ unsigned long LookupTable::Save(TableGraph& graph) const {
     const unsigned long base = out->Tell();
     out->SetU16(lookupType);
     out->SetU16(lookupFlag);
-    const size_t count = std::min(subTables.size(), LangSys::kMaxCount);
+    const size_t count = std::min(subTables.size(), SubTable::kMaxCount);
     out->SetU16(static_cast<uint16_t>(count));
     std::vector<TableOffset> offsets;
     offsets.reserve(count);

@@ -33,7 +33,7 @@ public:
     // the entries the bytes hold, each loaded by a subtable that `owner`
     // makes for `lookupType`, and `markFilteringSet` when the flag asks for it
     // and its bytes are there. What one load keeps is bounded by
-    // LangSys::GetLoadBudget.
+    // SubTable::GetLoadBudget.
     bool Load(Bedrock::Counted<BigEndianBuffer> source);
     // The same within `budget`, reduced by what this keeps.
     bool Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget);

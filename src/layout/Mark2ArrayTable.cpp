@@ -1,25 +1,11 @@
 #include "layout/Mark2ArrayTable.h"
 
-#include <algorithm>
-#include <utility>
+#include <vector>
 
-#include "layout/LangSys.h"
-#include "layout/MarkAttachmentPos.h"
 #include "packing/GraphNodeVisitor.h"
 #include "packing/TableOffset.h"
 
 namespace Typeframe {
-
-bool Mark2ArrayTable::Load(Bedrock::Counted<BigEndianBuffer> source) {
-    if (!source) return false;
-    uint64_t budget = LangSys::GetLoadBudget(*source);
-    return Load(std::move(source), budget);
-}
-
-bool Mark2ArrayTable::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {
-    return MarkAttachmentPos::LoadAnchorRows(source, classCount, 0, rowCount, anchors, budget) ==
-           MarkAttachmentPos::RowsRead::kWhole;
-}
 
 unsigned long Mark2ArrayTable::Save(TableGraph& graph) const {
     const unsigned long index = graph.AddTable(*this);
@@ -42,13 +28,6 @@ unsigned long Mark2ArrayTable::Save(TableGraph& graph) const {
         out->Write(anchors[i].GetBuffer());
     }
     return index;
-}
-
-bool Mark2ArrayTable::IsLessThan(const GraphNode& other) const {
-    const auto& that = static_cast<const Mark2ArrayTable&>(other);
-    if (rowCount != that.rowCount) return rowCount < that.rowCount;
-    return std::lexicographical_compare(anchors.begin(), anchors.end(), that.anchors.begin(), that.anchors.end(),
-                                        MarkAttachmentPos::AnchorLess);
 }
 
 void Mark2ArrayTable::Accept(GraphNodeVisitor& visitor) {

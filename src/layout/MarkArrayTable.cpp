@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "layout/LangSys.h"
 #include "layout/MarkAttachmentPos.h"
 #include "packing/GraphNodeVisitor.h"
 #include "packing/TableOffset.h"
@@ -23,7 +22,7 @@ bool MarkArrayTable::MarkRecord::operator<(const MarkRecord& other) const {
 
 bool MarkArrayTable::Load(Bedrock::Counted<BigEndianBuffer> source) {
     if (!source) return false;
-    uint64_t budget = LangSys::GetLoadBudget(*source);
+    uint64_t budget = SubTable::GetLoadBudget(*source);
     return Load(std::move(source), budget);
 }
 
@@ -39,8 +38,7 @@ bool MarkArrayTable::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& bu
     const uint64_t records = start + 2;
     // Each record is 4 bytes in the file and a whole anchor in memory: the
     // budget bounds how many a load that reads one array many times can keep.
-    const uint64_t kept = std::min<uint64_t>(count, budget / sizeof(MarkRecord));
-    budget -= kept * sizeof(MarkRecord);
+    const uint64_t kept = SubTable::KeepWithinBudget(count, sizeof(MarkRecord), budget);
     markRecords.assign(kept, MarkRecord());
     bool whole = kept == count;
     for (uint64_t i = 0; i < kept; ++i) {

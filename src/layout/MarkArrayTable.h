@@ -29,7 +29,7 @@ public:
 
     // Reads at the buffer's position; anchor offsets count from there. False,
     // with nothing changed, when the count or the records don't fit in the
-    // bytes. What one load keeps is bounded by LangSys::GetLoadBudget.
+    // bytes. What one load keeps is bounded by SubTable::GetLoadBudget.
     bool Load(Bedrock::Counted<BigEndianBuffer> source);
     // The same within `budget`, reduced by what this keeps: records beyond
     // it are left out and anchors beyond it left missing, and the result is

@@ -27,7 +27,7 @@ public:
     // from markClassCount. The format isn't tested. False, with nothing
     // changed, when the 12-byte header doesn't fit; false too when a child
     // isn't read whole, with what was read kept. What one load keeps is
-    // bounded by LangSys::GetLoadBudget.
+    // bounded by SubTable::GetLoadBudget.
     bool Load(Bedrock::Counted<BigEndianBuffer> source) override;
     bool Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) override;
     // The header with its four offsets, then each child in header order.

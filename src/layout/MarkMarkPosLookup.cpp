@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "layout/LangSys.h"
 #include "layout/MarkAttachmentPos.h"
 #include "packing/GraphNodeVisitor.h"
 
@@ -10,7 +9,7 @@ namespace Typeframe {
 
 bool MarkMarkPosLookup::Load(Bedrock::Counted<BigEndianBuffer> source) {
     if (!source) return false;
-    uint64_t budget = LangSys::GetLoadBudget(*source);
+    uint64_t budget = SubTable::GetLoadBudget(*source);
     return Load(std::move(source), budget);
 }
 

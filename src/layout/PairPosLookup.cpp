@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "layout/LangSys.h"
 #include "packing/GraphNodeVisitor.h"
 #include "packing/TableOffset.h"
 
@@ -33,7 +32,7 @@ void LoadChild(const Bedrock::Counted<BigEndianBuffer>& source, unsigned long st
 
 bool PairPosLookup::Load(Bedrock::Counted<BigEndianBuffer> source) {
     if (!source) return false;
-    uint64_t budget = LangSys::GetLoadBudget(*source);
+    uint64_t budget = SubTable::GetLoadBudget(*source);
     return Load(std::move(source), budget);
 }
 
@@ -59,9 +58,8 @@ bool PairPosLookup::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& bud
         source->Seek(start + kFormat1HeaderSize);
         // Pair sets that many offsets share load once per offset, so the
         // budget bounds them as well as the bytes of the offsets.
-        const uint64_t kept =
-            std::min<uint64_t>({count, source->GetRemaining() / sizeof(uint16_t), budget / sizeof(PairSetTable)});
-        budget -= kept * sizeof(PairSetTable);
+        const uint64_t kept = SubTable::KeepWithinBudget(
+            std::min<uint64_t>(count, source->GetRemaining() / sizeof(uint16_t)), sizeof(PairSetTable), budget);
         std::vector<uint16_t> offsets(kept);
         for (uint16_t& offset : offsets) source->GetU16(offset);
         LoadChild(source, start, coverageOffset, font, coverage);

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "layout/LangSys.h"
 #include "packing/GraphNodeVisitor.h"
 
 namespace Typeframe {
@@ -27,7 +26,7 @@ PairSetTable::PairSetTable(Bedrock::Counted<OTFont> setFont, ValueRecord::ValueR
 
 bool PairSetTable::Load(Bedrock::Counted<BigEndianBuffer> source) {
     if (!source) return false;
-    uint64_t budget = LangSys::GetLoadBudget(*source);
+    uint64_t budget = SubTable::GetLoadBudget(*source);
     return Load(std::move(source), budget);
 }
 
@@ -38,9 +37,8 @@ bool PairSetTable::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budg
     if (!source->GetU16(count)) return false;
     // Every record holds at least its second glyph, so the bytes bound the count.
     const unsigned long recordSize = 2 + ValueRecord::GetSize(valueFormat1) + ValueRecord::GetSize(valueFormat2);
-    const uint64_t kept =
-        std::min<uint64_t>({count, source->GetRemaining() / recordSize, budget / sizeof(PairValueRecord)});
-    budget -= kept * sizeof(PairValueRecord);
+    const uint64_t kept = SubTable::KeepWithinBudget(std::min<uint64_t>(count, source->GetRemaining() / recordSize),
+                                                     sizeof(PairValueRecord), budget);
     records.clear();
     records.resize(kept);
     for (PairValueRecord& record : records) {

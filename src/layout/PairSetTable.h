@@ -35,7 +35,7 @@ public:
     // with nothing changed, when the count doesn't fit; otherwise keeps the
     // records the bytes hold.
     bool Load(Bedrock::Counted<BigEndianBuffer> source);
-    // The same within `budget` (see LangSys::GetLoadBudget), reduced by what
+    // The same within `budget` (see SubTable::GetLoadBudget), reduced by what
     // this keeps.
     bool Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget);
     // Writes the count and up to 65535 records; value devices become children.

@@ -22,14 +22,13 @@ bool ScriptList::Load(Bedrock::Counted<BigEndianBuffer> source) {
     if (!source) return false;
     const unsigned long start = source->Tell();
     if (!source->IsInBounds(start, kHeaderSize)) return false;
-    uint64_t budget = LangSys::GetLoadBudget(*source);
+    uint64_t budget = SubTable::GetLoadBudget(*source);
     uint16_t count = 0;
     source->GetU16(count);
     isPresent = true;
 
-    const uint64_t kept =
-        std::min<uint64_t>({count, source->GetRemaining() / kRecordSize, budget / sizeof(ScriptRecord)});
-    budget -= kept * sizeof(ScriptRecord);
+    const uint64_t kept = SubTable::KeepWithinBudget(std::min<uint64_t>(count, source->GetRemaining() / kRecordSize),
+                                                     sizeof(ScriptRecord), budget);
     scriptRecords.clear();
     scriptRecords.resize(kept);
     const unsigned long records = start + kHeaderSize;
@@ -49,7 +48,7 @@ unsigned long ScriptList::Save(TableGraph& graph) const {
     StartSave();
     const Bedrock::Counted<BigEndianBuffer> out = buffer;
     const unsigned long base = out->Tell();
-    const size_t count = std::min(scriptRecords.size(), LangSys::kMaxCount);
+    const size_t count = std::min(scriptRecords.size(), SubTable::kMaxCount);
     out->SetU16(static_cast<uint16_t>(count));
     std::vector<TableOffset> offsets;
     offsets.reserve(count);

@@ -29,7 +29,7 @@ public:
     // nothing changed, when the two-byte count doesn't fit. Otherwise sets
     // isPresent and keeps the records that the bytes hold, each with the
     // script its offset leads to; one that lies past the end stays empty.
-    // What one load keeps is bounded by LangSys::GetLoadBudget.
+    // What one load keeps is bounded by SubTable::GetLoadBudget.
     bool Load(Bedrock::Counted<BigEndianBuffer> source);
     unsigned long Save(TableGraph& graph) const;
     bool IsLessThan(const GraphNode& other) const override;

@@ -16,7 +16,7 @@ constexpr unsigned long kRecordSize = 6;
 
 bool ScriptTable::Load(Bedrock::Counted<BigEndianBuffer> source) {
     if (!source) return false;
-    uint64_t budget = LangSys::GetLoadBudget(*source);
+    uint64_t budget = SubTable::GetLoadBudget(*source);
     return Load(std::move(source), budget);
 }
 
@@ -29,9 +29,8 @@ bool ScriptTable::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budge
     source->GetU16(defaultOffset);
     source->GetU16(count);
 
-    const uint64_t kept =
-        std::min<uint64_t>({count, source->GetRemaining() / kRecordSize, budget / sizeof(LangSysRecord)});
-    budget -= kept * sizeof(LangSysRecord);
+    const uint64_t kept = SubTable::KeepWithinBudget(std::min<uint64_t>(count, source->GetRemaining() / kRecordSize),
+                                                     sizeof(LangSysRecord), budget);
     langSysRecords.clear();
     langSysRecords.resize(kept);
     const unsigned long records = start + kHeaderSize;
@@ -59,7 +58,7 @@ unsigned long ScriptTable::Save(TableGraph& graph) const {
     const unsigned long base = out->Tell();
     // Always written: a script without a default language system keeps a zero offset here.
     const TableOffset defaultOffset(out, base, 2, true);
-    const size_t count = std::min(langSysRecords.size(), LangSys::kMaxCount);
+    const size_t count = std::min(langSysRecords.size(), SubTable::kMaxCount);
     out->SetU16(static_cast<uint16_t>(count));
     std::vector<TableOffset> offsets;
     offsets.reserve(count);

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "layout/LangSys.h"
 #include "packing/GraphNodeVisitor.h"
 #include "packing/TableOffset.h"
 
@@ -17,7 +16,7 @@ constexpr size_t kMaxCount = 0xFFFF;
 
 bool SinglePosLookup::Load(Bedrock::Counted<BigEndianBuffer> source) {
     if (!source) return false;
-    uint64_t budget = LangSys::GetLoadBudget(*source);
+    uint64_t budget = SubTable::GetLoadBudget(*source);
     return Load(std::move(source), budget);
 }
 
@@ -37,8 +36,7 @@ bool SinglePosLookup::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& b
     // Records without fields take no bytes, so the budget alone bounds them.
     const unsigned long recordSize = ValueRecord::GetSize(valueFormat);
     const uint64_t fit = recordSize == 0 ? count : source->GetRemaining() / recordSize;
-    const uint64_t kept = std::min<uint64_t>({count, fit, budget / sizeof(ValueRecord)});
-    budget -= kept * sizeof(ValueRecord);
+    const uint64_t kept = SubTable::KeepWithinBudget(std::min<uint64_t>(count, fit), sizeof(ValueRecord), budget);
     values.assign(kept, ValueRecord(valueFormat, start));
     for (ValueRecord& value : values) value.Load(source, budget);
 

@@ -3,7 +3,6 @@
 #include <bit>
 #include <utility>
 
-#include "layout/LangSys.h"
 #include "packing/GraphNodeVisitor.h"
 #include "packing/TableOffset.h"
 
@@ -24,7 +23,7 @@ unsigned long ValueRecord::GetSize(ValueRecordFlags flags) {
 
 bool ValueRecord::Load(Bedrock::Counted<BigEndianBuffer> source) {
     if (!source) return true;
-    uint64_t budget = LangSys::GetLoadBudget(*source);
+    uint64_t budget = SubTable::GetLoadBudget(*source);
     return Load(std::move(source), budget);
 }
 

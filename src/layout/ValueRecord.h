@@ -44,7 +44,7 @@ public:
     // from `base`; a device that doesn't load stays absent (deltaFormat 0).
     // Always true.
     bool Load(Bedrock::Counted<BigEndianBuffer> source);
-    // The same within `budget` (see LangSys::GetLoadBudget): a device whose
+    // The same within `budget` (see SubTable::GetLoadBudget): a device whose
     // deltas the budget can't hold stays absent.
     bool Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget);
     // Writes the fields at the end of `target`, the buffer of node `node`,

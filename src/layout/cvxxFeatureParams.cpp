@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <tuple>
 
-#include "layout/LangSys.h"
-
 namespace Typeframe {
 
 namespace {
@@ -27,7 +25,7 @@ bool cvxxFeatureParams::IsLessThan(const GraphNode& other) const {
 
 bool cvxxFeatureParams::Load(Bedrock::Counted<BigEndianBuffer> source) {
     if (!source) return false;
-    uint64_t budget = LangSys::GetLoadBudget(*source);
+    uint64_t budget = SubTable::GetLoadBudget(*source);
     return Load(source, budget);
 }
 
@@ -42,9 +40,8 @@ bool cvxxFeatureParams::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t&
     source->GetU16(firstParamUILabelNameID);
     source->GetU16(count);
 
-    const uint64_t kept =
-        std::min<uint64_t>({count, source->GetRemaining() / kReadCharacterSize, budget / sizeof(uint32_t)});
-    budget -= kept * sizeof(uint32_t);
+    const uint64_t kept = SubTable::KeepWithinBudget(
+        std::min<uint64_t>(count, source->GetRemaining() / kReadCharacterSize), sizeof(uint32_t), budget);
     characters.assign(kept, 0);
     // Deliberate: four bytes per character where the file has three; Save writes three.
     for (uint32_t& character : characters) source->GetU32(character);
@@ -60,7 +57,7 @@ unsigned long cvxxFeatureParams::Save(TableGraph& graph) const {
     out.SetU16(sampleTextNameID);
     out.SetU16(numNamedParameters);
     out.SetU16(firstParamUILabelNameID);
-    const size_t count = std::min(characters.size(), LangSys::kMaxCount);
+    const size_t count = std::min(characters.size(), SubTable::kMaxCount);
     out.SetU16(static_cast<uint16_t>(count));
     // Deliberate: three bytes per character (the top byte is dropped), though Load reads four.
     for (size_t i = 0; i < count; ++i) out.SetU24(characters[i]);

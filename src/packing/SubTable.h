@@ -3,6 +3,9 @@
 // The base of every layout subtable: a graph node whose bytes are held in a
 // buffer of its own, rewritten by each save into a table graph.
 
+#include <cstddef>
+#include <cstdint>
+
 #include "base/Counted.h"
 #include "core/BigEndianBuffer.h"
 #include "packing/GraphNode.h"
@@ -13,6 +16,20 @@ class SubTable : public GraphNode {
 public:
     // A further reference to `buffer`.
     Bedrock::Counted<BigEndianBuffer> GetBuffer() const override;
+
+    // The most entries a 16-bit count can announce; a save writes no more.
+    static constexpr size_t kMaxCount = 0xFFFF;
+
+    // How many bytes of objects one load of a subtable tree may keep: 16 MiB
+    // plus twice the buffer's length. Records that point at one shared child
+    // load a copy each, so a hostile table could multiply a small file into a
+    // huge object tree; a tree that shares nothing stays well under this
+    // (16-bit offsets reach less than half a MiB), leaving real fonts ample
+    // room to share.
+    static uint64_t GetLoadBudget(const BigEndianBuffer& bytes);
+    // How many of `count` records, each kept as `objectSize` bytes, `budget`
+    // still holds; those are charged to it.
+    static uint64_t KeepWithinBudget(uint64_t count, uint64_t objectSize, uint64_t& budget);
 
     // Mutable because a subtable's Save(TableGraph&) is const yet writes its
     // bytes here, creating the buffer on the first save.

@@ -21,7 +21,6 @@
 #include "layout/FeatureList.h"
 #include "layout/FeatureParams.h"
 #include "layout/FeatureTable.h"
-#include "layout/LangSys.h"
 #include "layout/cvxxFeatureParams.h"
 #include "layout/sizeFeatureParams.h"
 #include "layout/ssxxFeatureParams.h"
@@ -410,7 +409,7 @@ TEST(FeatureList, SharedChildrenCannotMultiplyMemory) {
             kept += sizeof(cvxxFeatureParams) + cv->characters.size() * sizeof(uint32_t);
         }
     }
-    EXPECT_LE(kept, LangSys::GetLoadBudget(*buffer));
+    EXPECT_LE(kept, SubTable::GetLoadBudget(*buffer));
     const auto* first = dynamic_cast<const cvxxFeatureParams*>(list.featureTables[0].featureParams.Get());
     ASSERT_TRUE(first);
     EXPECT_EQ(first->characters.size(), kCharacters);

@@ -20,7 +20,6 @@
 #include "layout/FeatureList.h"
 #include "layout/FeatureTable.h"
 #include "layout/FeatureVariationsTable.h"
-#include "layout/LangSys.h"
 #include "layout/ssxxFeatureParams.h"
 #include "TestUtil.h"
 
@@ -370,7 +369,7 @@ TEST(FeatureVariations, SharedPartsCannotMultiplyMemory) {
             kept += sizeof(s) + s.alternateFeatureTable.lookupListIndices.size() * sizeof(uint16_t);
         }
     }
-    EXPECT_LE(kept, LangSys::GetLoadBudget(*buffer));
+    EXPECT_LE(kept, SubTable::GetLoadBudget(*buffer));
     EXPECT_EQ(table.records[0].conditionSet.conditions.size(), kCount);
     EXPECT_EQ(table.records[0].substitutionTable.substitutions.size(), kCount);
     EXPECT_EQ(table.records[0].substitutionTable.substitutions[0].alternateFeatureTable.lookupListIndices.size(),

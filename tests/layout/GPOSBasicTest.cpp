@@ -22,7 +22,6 @@
 #include "layout/AnchorTable.h"
 #include "layout/CursivePosLookup.h"
 #include "layout/DeviceTable.h"
-#include "layout/LangSys.h"
 #include "layout/PairPosLookup.h"
 #include "layout/PairSetTable.h"
 #include "layout/SinglePosLookup.h"
@@ -536,7 +535,7 @@ TEST(GPOSBasic, SharedChildrenCannotMultiplyMemory) {
     EXPECT_EQ(pair.pairSets[0].records.size(), kRecords);
     uint64_t kept = pair.pairSets.size() * sizeof(PairSetTable);
     for (const PairSetTable& set : pair.pairSets) kept += set.records.size() * sizeof(PairSetTable::PairValueRecord);
-    EXPECT_LE(kept, LangSys::GetLoadBudget(*pairBuffer));
+    EXPECT_LE(kept, SubTable::GetLoadBudget(*pairBuffer));
 
     // 65535 deltas of format 3, after 8000 records that all point at them.
     constexpr uint16_t kValues = 8000;
@@ -552,5 +551,5 @@ TEST(GPOSBasic, SharedChildrenCannotMultiplyMemory) {
     EXPECT_EQ(single.values.back().xPlaDevice.deltaFormat, 0);
     kept = single.values.size() * sizeof(ValueRecord);
     for (const ValueRecord& value : single.values) kept += value.xPlaDevice.deltas.size();
-    EXPECT_LE(kept, LangSys::GetLoadBudget(*singleBuffer));
+    EXPECT_LE(kept, SubTable::GetLoadBudget(*singleBuffer));
 }

@@ -19,7 +19,6 @@
 #include "layout/AnchorTable.h"
 #include "layout/BaseArrayTable.h"
 #include "layout/ExtensionPosLookup.h"
-#include "layout/LangSys.h"
 #include "layout/LigatureArrayTable.h"
 #include "layout/LigatureAttachTable.h"
 #include "layout/LookupSubTableOwner.h"
@@ -450,7 +449,7 @@ TEST(GPOSMark, SharedChildrenCannotMultiplyMemory) {
         kept += anchor.xDeviceTable.deltas.size() + anchor.yDeviceTable.deltas.size();
         if (anchor.format != 0) ++present;
     }
-    EXPECT_LE(kept, LangSys::GetLoadBudget(*buffer));
+    EXPECT_LE(kept, SubTable::GetLoadBudget(*buffer));
     EXPECT_GT(present, 0u);
     EXPECT_EQ(bases.anchors[0].xDeviceTable.deltas.size(), 0xFFFFu);
     EXPECT_EQ(bases.anchors.back().format, 0);
@@ -466,5 +465,5 @@ TEST(GPOSMark, SharedChildrenCannotMultiplyMemory) {
     EXPECT_GT(components, 0u);
     EXPECT_LE(
         components * sizeof(std::vector<AnchorTable>) + ligatures.attachTables.size() * sizeof(LigatureAttachTable),
-        LangSys::GetLoadBudget(*buffer));
+        SubTable::GetLoadBudget(*buffer));
 }

@@ -18,7 +18,6 @@
 #include "core/OTFont.h"
 #include "core/OTTable.h"
 #include "core/Tag.h"
-#include "layout/LangSys.h"
 #include "layout/LookupList.h"
 #include "layout/LookupSubTable.h"
 #include "layout/LookupSubTableOwner.h"
@@ -407,7 +406,7 @@ TEST(LookupList, SharedLookupsCannotMultiplyMemory) {
     ASSERT_EQ(list.lookups.size(), kLookups);
     uint64_t kept = kLookups * sizeof(LookupTable);
     for (const LookupTable& lookup : list.lookups) kept += lookup.subTables.size() * LookupTable::kSubTableLoadCost;
-    EXPECT_LE(kept, LangSys::GetLoadBudget(*buffer));
+    EXPECT_LE(kept, SubTable::GetLoadBudget(*buffer));
     EXPECT_EQ(list.lookups[0].subTables.size(), kSubTables);
     EXPECT_TRUE(list.lookups.back().subTables.empty());
 }
@@ -454,7 +453,7 @@ TEST(LookupList, SubtablesLoadWithinTheLookupsBudget) {
     for (const auto& subTable : lookup.subTables) taken += static_cast<const Greedy&>(*subTable).taken;
     // The first draws on the lookup's budget, and by the last it is spent.
     EXPECT_EQ(static_cast<const Greedy&>(*lookup.subTables.front()).taken, uint64_t(1) << 20);
-    EXPECT_LE(taken, LangSys::GetLoadBudget(*buffer));
+    EXPECT_LE(taken, SubTable::GetLoadBudget(*buffer));
     EXPECT_EQ(static_cast<const Greedy&>(*lookup.subTables.back()).taken, 0u);
 }
 

@@ -314,7 +314,7 @@ TEST(ScriptList, SharedChildrenCannotMultiplyMemory) {
             kept += sizeof(LangSysRecord) + langSys.langSys.featureIndices.size() * sizeof(uint16_t);
         }
     }
-    EXPECT_LE(kept, LangSys::GetLoadBudget(*buffer));
+    EXPECT_LE(kept, SubTable::GetLoadBudget(*buffer));
     const ScriptTable& first = list.scriptRecords[0].scriptTable;
     ASSERT_EQ(first.langSysRecords.size(), kLangSys);
     EXPECT_EQ(first.langSysRecords[0].langSys.featureIndices.size(), kFeatures);
