@@ -12,7 +12,6 @@
 #include "base/MemoryOutStream.h"
 #include "core/OTFont.h"
 #include "core/TableManager.h"
-#include "core/TableRegistry.h"
 #include "tables/OTheadTable.h"
 #include "tables/OTmaxpTable.h"
 
@@ -379,14 +378,6 @@ TEST(OTFont, TableClassesComeFromTheFactory) {
     const OTTable& plainTable = *plain;
     EXPECT_EQ(typeid(plainTable), typeid(OTTable));
     EXPECT_FALSE(plain->IsLoaded());
-    // A row that names the wrong class shows as a table of another tag.
-    for (const char* tag :
-         {"head", "hhea", "maxp", "vhea", "name", "OS/2", "gasp", "fvar", "avar", "HVAR", "VVAR", "MVAR",
-          "gvar", "cvar", "hmtx", "vmtx", "VORG", "cvt ", "fpgm", "prep", "post", "glyf", "loca"}) {
-        const Tag t = MakeTag(tag[0], tag[1], tag[2], tag[3]);
-        EXPECT_TRUE(TableRegistry::HasTableClass(t)) << tag;
-        EXPECT_EQ(manager.CreateTable(font, t)->GetTag(), t) << tag;
-    }
 
     // A table made in memory is found by class once it is dirty.
     auto maxp = Bedrock::MakeCounted<OTmaxpTable>(font);

@@ -100,22 +100,10 @@ std::string Describe(const FeatureList& list) {
 // writer and reads back with the same features in file order; a second save
 // gives the same bytes.
 TEST(FeatureList, RealListsSurviveSavingThroughTheGraph) {
-    const std::filesystem::path folder = "/usr/share/fonts/truetype/dejavu";
-    std::error_code error;
-    if (!std::filesystem::is_directory(folder, error)) GTEST_SKIP() << folder << " is absent";
-    int lists = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
-        if (entry.path().extension() != ".ttf") continue;
-        auto file = Bedrock::MakeCounted<OTFile>();
-        auto stream = Bedrock::FileInStream::Open(entry.path().c_str(), false);
-        ASSERT_TRUE(stream && file->Load(stream)) << entry.path();
-        const Bedrock::Counted<OTFont> font = file->GetFont(0);
-        ASSERT_TRUE(font) << entry.path();
-        for (Tag tableTag : {MakeTag("GSUB"), MakeTag("GPOS")}) {
-            const Bedrock::Counted<OTTable> table = font->GetTableForTag(tableTag);
-            if (!table) continue;
-            SCOPED_TRACE(entry.path().filename().string() + " " + TagText(tableTag));
-            const Bedrock::Counted<BigEndianBuffer> bytes = table->GetBuffer();
+    const int lists = TypeframeTest::ForEachDejaVuTable(
+        {MakeTag("GSUB"), MakeTag("GPOS")},
+        [](const std::string& label, const Bedrock::Counted<OTFont>& font, Bedrock::Counted<BigEndianBuffer> bytes) {
+            SCOPED_TRACE(label);
             uint16_t offset = 0;
             ASSERT_TRUE(bytes && bytes->GetU16(6, offset));
             bytes->Seek(offset);
@@ -140,9 +128,7 @@ TEST(FeatureList, RealListsSurviveSavingThroughTheGraph) {
             if (!hasParams) {
                 EXPECT_TRUE(Equal(list, reread));
             }
-            ++lists;
-        }
-    }
+        });
     if (lists == 0) GTEST_SKIP() << "no DejaVu font with GSUB or GPOS";
 }
 
@@ -280,58 +266,6 @@ TEST(FeatureList, SetFeatureTable) {
     EXPECT_FALSE(Equal(list, before));
 }
 
-// Fields compare in one fixed order, each deciding before the next.
-TEST(FeatureList, ComparisonOrder) {
-    const auto font = Bedrock::MakeCounted<OTFont>();
-    const auto params = MakeSsxx(1);
-    FeatureTable a = MakeFeature("aaaa", {9}), b = MakeFeature("bbbb", {1});
-    b.font = font;
-    EXPECT_TRUE(a < b);  // font first: null before any
-    a.font = font;
-    EXPECT_TRUE(a < b);  // tag before lookupListIndices
-    b.tag = a.tag;
-    EXPECT_TRUE(b < a);
-    a.featureParams = params;
-    EXPECT_TRUE(b < a);  // no parameters (null) before any
-    b.featureParams = MakeSsxx(1);
-    EXPECT_NE(a < b, b < a);  // equal contents, yet ordered by pointer
-    b.featureParams = params;
-    EXPECT_TRUE(b < a);
-    a.tag = MakeTag("zzzz");
-    EXPECT_TRUE(b < a);
-
-    ssxxFeatureParams ss1, ss2;
-    ss1.version = 1;
-    ss2.uiNameID = 9;
-    EXPECT_TRUE(ss2 < ss1);  // version, then uiNameID
-    ss2.font = font;
-    EXPECT_TRUE(ss1 < ss2);  // font first
-    sizeFeatureParams size1, size2;
-    size1.subfamilyID = 1;
-    size2.subfamilyNameID = 2;
-    size2.rangeEnd = 5;
-    EXPECT_TRUE(size2 < size1);
-    size1 = size2;
-    size1.rangeStart = 1;
-    EXPECT_TRUE(size2 < size1);
-    cvxxFeatureParams cv1, cv2;
-    cv1.firstParamUILabelNameID = 1;
-    cv2.characters = {5};
-    EXPECT_TRUE(cv2 < cv1);  // characters last
-    cv2.firstParamUILabelNameID = 1;
-    EXPECT_TRUE(cv1 < cv2);
-
-    FeatureList absent, present;
-    absent.featureTables = {a};
-    absent.font = font;
-    present.isPresent = true;
-    EXPECT_TRUE(present < absent);  // font, then isPresent, then featureTables
-    present.font = font;
-    EXPECT_TRUE(absent < present);
-    absent.isPresent = true;
-    EXPECT_TRUE(present < absent);
-}
-
 // Bytes read at a position: counts beyond the bytes keep what fits, offsets
 // past the end leave that child empty, and a header that doesn't fit fails
 // with nothing kept.
@@ -380,64 +314,5 @@ TEST(FeatureList, HostileCountsAndOffsets) {
         const auto params = FeatureTable::MakeFeatureParams(StringToTag(Utf8String(tag)));
         EXPECT_FALSE(params->Load(nullptr));
         EXPECT_FALSE(params->Load(ToBuffer(HexBytes("0001"))));
-    }
-}
-
-// Every feature record points at one feature whose parameters hold the most
-// characters a count can announce: a full load would keep gigabytes. What is
-// kept stays within the budget, first come first served; the records of the
-// list itself are all there.
-TEST(FeatureList, SharedChildrenCannotMultiplyMemory) {
-    constexpr uint16_t kFeatures = 10000;
-    constexpr uint16_t kCharacters = 0xFFFF;
-    ByteWriter w;
-    const uint16_t featureAt = 2 + 6 * kFeatures;
-    w.U16(kFeatures);
-    for (int i = 0; i < kFeatures; ++i) w.Tag("cv01").U16(featureAt);
-    w.U16(6).U16(1).U16(0);
-    w.U16(1).U16(0).U16(0).U16(0).U16(0).U16(0).U16(kCharacters);
-    for (uint32_t i = 0; i < kCharacters; ++i) w.U32(i);
-    const auto buffer = ToBuffer(w.Data());
-
-    FeatureList list;
-    ASSERT_TRUE(list.Load(buffer));
-    ASSERT_EQ(list.featureTables.size(), kFeatures);
-    uint64_t kept = kFeatures * sizeof(FeatureTable);
-    for (const FeatureTable& feature : list.featureTables) {
-        kept += feature.lookupListIndices.size() * sizeof(uint16_t);
-        if (const auto* cv = dynamic_cast<const cvxxFeatureParams*>(feature.featureParams.Get())) {
-            kept += sizeof(cvxxFeatureParams) + cv->characters.size() * sizeof(uint32_t);
-        }
-    }
-    EXPECT_LE(kept, SubTable::GetLoadBudget(*buffer));
-    const auto* first = dynamic_cast<const cvxxFeatureParams*>(list.featureTables[0].featureParams.Get());
-    ASSERT_TRUE(first);
-    EXPECT_EQ(first->characters.size(), kCharacters);
-    EXPECT_FALSE(list.featureTables.back().featureParams);
-}
-
-// Lists longer than a 16-bit count can say are cut at 0xFFFF entries, so the
-// count written matches the entries that follow it.
-TEST(FeatureList, SaveCutsListsAtTheLargestCount) {
-    constexpr size_t kTooMany = 0x10000;
-    const FeatureTable feature = MakeFeature("liga", std::vector<uint16_t>(kTooMany, 7));
-    cvxxFeatureParams params;
-    params.characters.assign(kTooMany, 0x41);
-    FeatureList list;
-    list.featureTables.resize(kTooMany);
-    TableGraph graph;
-    feature.Save(graph);
-    params.Save(graph);
-    list.Save(graph);
-    struct Saved {
-        const SubTable* table;
-        unsigned long countAt;
-        unsigned long entrySize;
-    };
-    for (const Saved& saved : {Saved{&feature, 2, 2}, Saved{&params, 12, 3}, Saved{&list, 0, 6}}) {
-        uint16_t count = 0;
-        EXPECT_TRUE(saved.table->buffer->GetU16(saved.countAt, count));
-        EXPECT_EQ(count, 0xFFFF);
-        EXPECT_EQ(saved.table->buffer->GetLength(), saved.countAt + 2 + 0xFFFF * saved.entrySize);
     }
 }

@@ -122,19 +122,6 @@ uint16_t U16At(const BigEndianBuffer& bytes, unsigned long offset) {
     return value;
 }
 
-// Writes what it visits, in order.
-class TraceVisitor final : public GraphNodeVisitor {
-public:
-    using GraphNodeVisitor::Visit;
-    void Visit(ValueRecord&) override { trace += "value "; }
-    void Visit(AnchorTable&) override { trace += "anchor "; }
-    void Visit(SinglePosLookup&) override { trace += "single "; }
-    void Visit(PairSetTable&) override { trace += "set "; }
-    void Visit(PairPosLookup&) override { trace += "pair "; }
-    void Visit(CursivePosLookup&) override { trace += "cursive "; }
-    std::string trace;
-};
-
 }  // namespace
 
 // Each value format reads its fields in order, and a single adjustment of
@@ -333,65 +320,6 @@ TEST(CursivePosLookup, SavesEachChildAtOnce) {
     ExpectRoundTrip(cursive);
 }
 
-// Fields compare in the order each class lists; a value record's base and a
-// pair set's value formats are not compared.
-TEST(GPOSComparison, FieldsInOrder) {
-    ValueRecord a(ValueRecord::kXPlacement, 0), b(ValueRecord::kXPlacement, 40);
-    EXPECT_TRUE(Equal(a, b));
-    b.valueFormat = ValueRecord::kYPlacement;
-    a.xPlacement = 100;
-    EXPECT_TRUE(a < b && !(b < a));  // valueFormat before the values
-    b = a;
-    b.yAdvDevice = SmallDevice();
-    EXPECT_TRUE(a < b);  // devices by node, after the values
-
-    EXPECT_TRUE(Equal(PairSetTable(nullptr, 1, 0), PairSetTable(nullptr, 4, 4)));
-
-    AnchorTable first, second;
-    first.format = 1;
-    first.xCoordinate = 9;
-    second.format = 2;
-    EXPECT_TRUE(first < second && !(second < first));  // format before coordinates
-
-    SinglePosLookup s1, s2;
-    s1.coverage = Coverage({1});
-    s1.valueFormat = 4;
-    s2.coverage = Coverage({2});
-    EXPECT_TRUE(s1 < s2 && !(s2 < s1));  // coverage before valueFormat
-
-    CursivePosLookup c1, c2;
-    c1.entryExitRecords.resize(1);
-    c2.entryExitRecords.resize(1);
-    c1.entryExitRecords[0].exitAnchor.format = 1;
-    c2.entryExitRecords[0].entryAnchor.format = 1;
-    EXPECT_TRUE(c1 < c2 && !(c2 < c1));  // entry before exit
-
-    PairPosLookup p1, p2;
-    p1.pairSets.resize(1);
-    p2.class1Count = 1;
-    EXPECT_TRUE(p2 < p1);  // pair sets before class counts
-}
-
-// Each lookup shows itself first, then the children that may hold devices.
-TEST(GPOSAccept, VisitorSeesLookupThenChildren) {
-    PairPosLookup pair;
-    pair.pairSets.resize(1);
-    pair.pairSets[0].records.resize(1);
-    pair.classValues.resize(2);
-    TraceVisitor visitor;
-    pair.Accept(visitor);
-    EXPECT_EQ(visitor.trace, "pair set value value value value ");
-
-    SinglePosLookup single;
-    single.values.resize(1);
-    CursivePosLookup cursive;
-    cursive.entryExitRecords.resize(1);
-    visitor.trace.clear();
-    single.Accept(visitor);
-    cursive.Accept(visitor);
-    EXPECT_EQ(visitor.trace, "single value cursive anchor anchor ");
-}
-
 namespace {
 
 // Loads the subtable of `type` at `at`, packs it, reads the result back and
@@ -411,20 +339,10 @@ void RoundTripAt(const Bedrock::Counted<BigEndianBuffer>& bytes, unsigned long a
 // walking the lookup list's bytes (through extensions too), each go through
 // the graph and the writer and read back equal.
 TEST(GPOSBasic, RealSubtablesSurviveSavingThroughTheGraph) {
-    const std::filesystem::path folder = "/usr/share/fonts/truetype/dejavu";
-    std::error_code error;
-    if (!std::filesystem::is_directory(folder, error)) GTEST_SKIP() << folder << " is absent";
     int seen[4] = {};
-    for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
-        if (entry.path().extension() != ".ttf") continue;
-        SCOPED_TRACE(entry.path().string());
-        auto file = Bedrock::MakeCounted<OTFile>();
-        auto stream = Bedrock::FileInStream::Open(entry.path().c_str(), false);
-        if (!stream || !file->Load(stream)) continue;
-        const Bedrock::Counted<OTFont> font = file->GetFont(0);
-        const Bedrock::Counted<OTTable> table = font ? font->GetTableForTag(MakeTag("GPOS")) : nullptr;
-        const Bedrock::Counted<BigEndianBuffer> bytes = table ? table->GetBuffer() : nullptr;
-        if (!bytes) continue;
+    TypeframeTest::ForEachDejaVuTable({MakeTag("GPOS")}, [&](const std::string& label, const Bedrock::Counted<OTFont>&,
+                                                             Bedrock::Counted<BigEndianBuffer> bytes) {
+        SCOPED_TRACE(label);
         const unsigned long list = U16At(*bytes, 8);
         const uint16_t lookups = U16At(*bytes, list);
         for (unsigned i = 0; i < lookups; ++i) {
@@ -445,7 +363,7 @@ TEST(GPOSBasic, RealSubtablesSurviveSavingThroughTheGraph) {
                 if (type >= 1 && type <= 3) ++seen[type];
             }
         }
-    }
+    });
     if (seen[1] + seen[2] + seen[3] == 0) GTEST_SKIP() << "no single, pair or cursive subtables found";
     EXPECT_GT(seen[2], 0);
 }
@@ -516,40 +434,4 @@ TEST(GPOSBasic, HostileCountsAndOffsets) {
     }
     EXPECT_FALSE(SinglePosLookup().Load(nullptr));
     EXPECT_FALSE(PairPosLookup().Load(nullptr));
-}
-
-// Many offsets to one pair set, or many value records to one large device,
-// would load a copy for each: what is kept stays within the load budget,
-// first come first served.
-TEST(GPOSBasic, SharedChildrenCannotMultiplyMemory) {
-    constexpr uint16_t kSets = 10000, kRecords = 10000;
-    ByteWriter pairBytes;
-    pairBytes.U16(1).U16(0).U16(ValueRecord::kXPlacement).U16(0).U16(kSets);
-    for (int i = 0; i < kSets; ++i) pairBytes.U16(10 + 2 * kSets);
-    pairBytes.U16(kRecords);
-    for (int i = 0; i < kRecords; ++i) pairBytes.U16(i).U16(1);
-    const auto pairBuffer = ToBuffer(pairBytes.Data());
-    PairPosLookup pair;
-    ASSERT_TRUE(pair.Load(pairBuffer));
-    ASSERT_EQ(pair.pairSets.size(), kSets);
-    EXPECT_EQ(pair.pairSets[0].records.size(), kRecords);
-    uint64_t kept = pair.pairSets.size() * sizeof(PairSetTable);
-    for (const PairSetTable& set : pair.pairSets) kept += set.records.size() * sizeof(PairSetTable::PairValueRecord);
-    EXPECT_LE(kept, SubTable::GetLoadBudget(*pairBuffer));
-
-    // 65535 deltas of format 3, after 8000 records that all point at them.
-    constexpr uint16_t kValues = 8000;
-    ByteWriter singleBytes;
-    singleBytes.U16(2).U16(0).U16(ValueRecord::kXPlacementDevice).U16(kValues);
-    for (int i = 0; i < kValues; ++i) singleBytes.U16(8 + 2 * kValues);
-    singleBytes.U16(0).U16(0xFFFE).U16(3).Zeros(0x10000);
-    const auto singleBuffer = ToBuffer(singleBytes.Data());
-    SinglePosLookup single;
-    ASSERT_TRUE(single.Load(singleBuffer));
-    ASSERT_EQ(single.values.size(), kValues);
-    EXPECT_EQ(single.values[0].xPlaDevice.deltas.size(), 0xFFFFu);
-    EXPECT_EQ(single.values.back().xPlaDevice.deltaFormat, 0);
-    kept = single.values.size() * sizeof(ValueRecord);
-    for (const ValueRecord& value : single.values) kept += value.xPlaDevice.deltas.size();
-    EXPECT_LE(kept, SubTable::GetLoadBudget(*singleBuffer));
 }

@@ -1,10 +1,18 @@
 #pragma once
 
-// What the layout tests share: node equality under a class's own order, and
-// saving a subtable as the root of a graph and laying it out.
+// What the layout tests share: node equality under a class's own order,
+// saving a subtable as the root of a graph and laying it out, and the layout
+// tables of real fonts.
 
 #include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <string>
 #include <vector>
+
+#include "base/FileInStream.h"
+#include "core/OTFile.h"
+#include "core/OTFont.h"
 
 #include "TestUtil.h"
 #include "packing/GraphNode.h"
@@ -29,6 +37,33 @@ template <class Node>
 std::vector<uint8_t> Pack(const Node& node) {
     Typeframe::TableGraph graph;
     return Pack(node, graph);
+}
+
+// Calls `visit` with the bytes of each table named `tags` in the installed
+// DejaVu fonts, with its font and a label naming font and table; returns how many it saw (0
+// when the fonts are absent, for the caller to skip on).
+inline int ForEachDejaVuTable(
+    const std::vector<Typeframe::Tag>& tags,
+    const std::function<void(const std::string& label, const Bedrock::Counted<Typeframe::OTFont>& font,
+                             Bedrock::Counted<Typeframe::BigEndianBuffer> bytes)>& visit) {
+    const std::filesystem::path folder = "/usr/share/fonts/truetype/dejavu";
+    std::error_code error;
+    int seen = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
+        if (entry.path().extension() != ".ttf") continue;
+        auto file = Bedrock::MakeCounted<Typeframe::OTFile>();
+        auto stream = Bedrock::FileInStream::Open(entry.path().c_str(), false);
+        if (!stream || !file->Load(stream)) continue;
+        const Bedrock::Counted<Typeframe::OTFont> font = file->GetFont(0);
+        for (Typeframe::Tag tag : tags) {
+            const Bedrock::Counted<Typeframe::OTTable> table = font ? font->GetTableForTag(tag) : nullptr;
+            if (!table || !table->GetBuffer()) continue;
+            visit(entry.path().filename().string() + " " + Typeframe::TagToString(tag).c_str(), font,
+                  table->GetBuffer());
+            ++seen;
+        }
+    }
+    return seen;
 }
 
 }  // namespace TypeframeTest

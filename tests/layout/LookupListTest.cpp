@@ -46,7 +46,7 @@ public:
 
     explicit RawSubTable(uint16_t lookupType, std::vector<uint8_t> kept = {}) : type(lookupType), bytes(kept) {}
 
-    void Accept(GraphNodeVisitor& visitor) override;
+    void Accept(GraphNodeVisitor&) override {}
     using LookupSubTable::Load;
     bool Load(Bedrock::Counted<BigEndianBuffer> source) override {
         bytes.assign(std::min(kSize, source->GetRemaining()), 0);
@@ -83,19 +83,6 @@ public:
 
     uint16_t last;
 };
-
-// Writes what it visits, in order.
-class TraceVisitor final : public GraphNodeVisitor {
-public:
-    using GraphNodeVisitor::Visit;
-    void Visit(LookupList&) override { trace += "list "; }
-    void Visit(LookupTable& lookup) override { trace += "lookup" + std::to_string(lookup.lookupType) + " "; }
-    std::string trace;
-};
-
-void RawSubTable::Accept(GraphNodeVisitor& visitor) {
-    if (auto* tracer = dynamic_cast<TraceVisitor*>(&visitor)) tracer->trace += "raw ";
-}
 
 Bedrock::Counted<const LookupSubTableOwner> MakeOwner(uint16_t lastType = 9) {
     return Bedrock::MakeCounted<TestOwner>(lastType);
@@ -455,14 +442,4 @@ TEST(LookupList, SubtablesLoadWithinTheLookupsBudget) {
     EXPECT_EQ(static_cast<const Greedy&>(*lookup.subTables.front()).taken, uint64_t(1) << 20);
     EXPECT_LE(taken, SubTable::GetLoadBudget(*buffer));
     EXPECT_EQ(static_cast<const Greedy&>(*lookup.subTables.back()).taken, 0u);
-}
-
-// A visitor sees the list, then each lookup and its subtables that are not
-// null, in order.
-TEST(LookupList, AcceptVisitsListLookupsAndSubtables) {
-    LookupList list;
-    list.lookups = {MakeLookup(1, 0, {Raw(1, "11"), nullptr, Raw(1, "22")}), MakeLookup(2, 0, {})};
-    TraceVisitor visitor;
-    list.Accept(visitor);
-    EXPECT_EQ(visitor.trace, "list lookup1 raw raw lookup2 ");
 }

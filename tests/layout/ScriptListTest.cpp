@@ -91,22 +91,10 @@ std::string Describe(const ScriptList& list) {
 // and reads back as an equal list, in file order; a second save gives the
 // same bytes.
 TEST(ScriptList, RealListsSurviveSavingThroughTheGraph) {
-    const std::filesystem::path folder = "/usr/share/fonts/truetype/dejavu";
-    std::error_code error;
-    if (!std::filesystem::is_directory(folder, error)) GTEST_SKIP() << folder << " is absent";
-    int lists = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(folder, error)) {
-        if (entry.path().extension() != ".ttf") continue;
-        auto file = Bedrock::MakeCounted<OTFile>();
-        auto stream = Bedrock::FileInStream::Open(entry.path().c_str(), false);
-        ASSERT_TRUE(stream && file->Load(stream)) << entry.path();
-        const Bedrock::Counted<OTFont> font = file->GetFont(0);
-        ASSERT_TRUE(font) << entry.path();
-        for (Tag tableTag : {MakeTag("GSUB"), MakeTag("GPOS")}) {
-            const Bedrock::Counted<OTTable> table = font->GetTableForTag(tableTag);
-            if (!table) continue;
-            SCOPED_TRACE(entry.path().filename().string() + " " + TagText(tableTag));
-            const Bedrock::Counted<BigEndianBuffer> bytes = table->GetBuffer();
+    const int lists = TypeframeTest::ForEachDejaVuTable(
+        {MakeTag("GSUB"), MakeTag("GPOS")},
+        [](const std::string& label, const Bedrock::Counted<OTFont>&, Bedrock::Counted<BigEndianBuffer> bytes) {
+            SCOPED_TRACE(label);
             uint16_t offset = 0;
             ASSERT_TRUE(bytes && bytes->GetU16(4, offset));
             bytes->Seek(offset);
@@ -123,9 +111,7 @@ TEST(ScriptList, RealListsSurviveSavingThroughTheGraph) {
             ScriptList reread;
             ASSERT_TRUE(reread.Load(ToBuffer(packed)));
             EXPECT_TRUE(Equal(list, reread)) << Describe(list) << "\n" << Describe(reread);
-            ++lists;
-        }
-    }
+        });
     if (lists == 0) GTEST_SKIP() << "no DejaVu font with GSUB or GPOS";
 }
 
@@ -211,41 +197,6 @@ TEST(ScriptList, SavingAnEditedCopyLeavesTheOriginalsBytes) {
     EXPECT_EQ(Describe(reread), "latn[(1) TRK (2)]cyrl[(7 8) TRK (9)]");
 }
 
-// Fields compare in one fixed order, each deciding before the next; a
-// shorter prefix is less.
-TEST(ScriptList, ComparisonOrder) {
-    LangSys a = MakeLangSys({5}), b = MakeLangSys({9});
-    a.requiredFeatureIndex = 9;
-    b.requiredFeatureIndex = 0;
-    b.lookupOrder = 1;
-    EXPECT_TRUE(a < b);  // lookupOrder before requiredFeatureIndex
-    b.lookupOrder = 0;
-    EXPECT_TRUE(b < a);  // requiredFeatureIndex before featureIndices
-    LangSys absent = a;
-    absent.isPresent = false;
-    absent.lookupOrder = 2;
-    EXPECT_TRUE(absent < b);  // isPresent first
-    EXPECT_TRUE(MakeLangSys({1}) < MakeLangSys({1, 0}) && MakeLangSys({1, 5}) < MakeLangSys({2}));
-    EXPECT_TRUE(MakeRecord("AAAA", {9}) < MakeRecord("BBBB", {1}));  // tag, then langSys
-
-    ScriptTable first, second;
-    first.defaultLangSys = MakeLangSys({1});
-    first.langSysRecords.push_back(MakeRecord("ZZZZ", {}));
-    second.defaultLangSys = MakeLangSys({2});
-    EXPECT_TRUE(first < second);  // defaultLangSys, then langSysRecords
-    second.defaultLangSys = first.defaultLangSys;
-    EXPECT_TRUE(second < first);
-
-    ScriptList absentList, presentList;
-    absentList.scriptRecords.resize(1);
-    presentList.isPresent = true;
-    EXPECT_TRUE(absentList < presentList);  // isPresent, then scriptRecords
-    ScriptList::ScriptRecord latn{MakeTag("latn"), second}, grek{MakeTag("grek"), first};
-    EXPECT_TRUE(grek < latn);  // tag, then scriptTable
-    latn.tag = grek.tag;
-    EXPECT_TRUE(latn < grek);
-}
-
 // Bytes read at a position: counts beyond the bytes keep what fits, offsets
 // past the end leave that child empty, and a header that doesn't fit fails
 // with nothing kept.
@@ -319,30 +270,4 @@ TEST(ScriptList, SharedChildrenCannotMultiplyMemory) {
     ASSERT_EQ(first.langSysRecords.size(), kLangSys);
     EXPECT_EQ(first.langSysRecords[0].langSys.featureIndices.size(), kFeatures);
     EXPECT_TRUE(list.scriptRecords.back().scriptTable.langSysRecords.empty());
-}
-
-// A list longer than a 16-bit count can say is cut at 0xFFFF entries, so the
-// count written matches the entries that follow it.
-TEST(ScriptList, SaveCutsListsAtTheLargestCount) {
-    constexpr size_t kTooMany = 0x10000;
-    LangSys langSys = MakeLangSys(std::vector<uint16_t>(kTooMany, 7));
-    ScriptTable script;
-    script.langSysRecords.resize(kTooMany);
-    ScriptList list;
-    list.scriptRecords.resize(kTooMany);
-    TableGraph graph;
-    langSys.Save(graph);
-    script.Save(graph);
-    list.Save(graph);
-    struct Saved {
-        const SubTable* table;
-        unsigned long countAt;
-        unsigned long entrySize;
-    };
-    for (const Saved& saved : {Saved{&langSys, 4, 2}, Saved{&script, 2, 6}, Saved{&list, 0, 6}}) {
-        uint16_t count = 0;
-        EXPECT_TRUE(saved.table->buffer->GetU16(saved.countAt, count));
-        EXPECT_EQ(count, 0xFFFF);
-        EXPECT_EQ(saved.table->buffer->GetLength(), saved.countAt + 2 + 0xFFFF * saved.entrySize);
-    }
 }
