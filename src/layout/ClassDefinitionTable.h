@@ -38,7 +38,7 @@ public:
     // The runs of consecutive glyphs with one class, in glyph order.
     void MakeRanges(std::vector<RangeRecord>& ranges) const;
 
-    Bedrock::Counted<OTFont> font;
+    Bedrock::NonCounted<OTFont> font;
     uint16_t format = 0;
     std::map<uint16_t, uint16_t> classes;  // glyph id -> class
 };

@@ -38,7 +38,7 @@ public:
     // sorted, so an unsorted list gives more ranges and keeps its order.
     void MakeRanges(std::vector<RangeRecord>& ranges) const;
 
-    Bedrock::Counted<OTFont> font;
+    Bedrock::NonCounted<OTFont> font;
     uint16_t format = 0;
     std::vector<uint16_t> glyphs;
 };

@@ -38,7 +38,7 @@ public:
     // subtable, when there is one.
     void Accept(GraphNodeVisitor& visitor) override;
 
-    Bedrock::Counted<const LookupSubTableOwner> owner;
+    Bedrock::NonCounted<const LookupSubTableOwner> owner;
     uint16_t format = 1;
     uint16_t extensionLookupType = 0;
     Bedrock::Counted<LookupSubTable> subTable;

@@ -71,7 +71,7 @@ public:
 
     class FeatureTableSubstitutionTable {
     public:
-        explicit FeatureTableSubstitutionTable(Bedrock::Counted<OTFont> ownerFont = nullptr) : font(ownerFont) {}
+        explicit FeatureTableSubstitutionTable(Bedrock::NonCounted<OTFont> ownerFont = nullptr) : font(ownerFont) {}
 
         // Reads at the buffer's position; offsets count from there. False,
         // with nothing changed, when the six-byte header doesn't fit.
@@ -82,7 +82,7 @@ public:
         bool Load(Bedrock::Counted<BigEndianBuffer> source);
         bool Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget);
 
-        Bedrock::Counted<OTFont> font;
+        Bedrock::NonCounted<OTFont> font;
         uint16_t majorVersion = 0;
         uint16_t minorVersion = 0;
         // In file order.
@@ -91,7 +91,7 @@ public:
 
     class FeatureVariationRecord {
     public:
-        explicit FeatureVariationRecord(Bedrock::Counted<OTFont> ownerFont) : substitutionTable(ownerFont) {}
+        explicit FeatureVariationRecord(Bedrock::NonCounted<OTFont> ownerFont) : substitutionTable(ownerFont) {}
 
         // Whether every condition of the set holds (see ConditionTableSet).
         bool IsApplicable(const std::vector<Fixed2_14>& location) const;
@@ -102,7 +102,7 @@ public:
     };
 
     FeatureVariationsTable() = default;
-    explicit FeatureVariationsTable(Bedrock::Counted<OTFont> ownerFont) : font(ownerFont) {}
+    explicit FeatureVariationsTable(Bedrock::NonCounted<OTFont> ownerFont) : font(ownerFont) {}
     FeatureVariationsTable(const FeatureVariationsTable&) = default;
     FeatureVariationsTable& operator=(const FeatureVariationsTable&) = default;
     virtual ~FeatureVariationsTable();
@@ -116,7 +116,7 @@ public:
     // point at one large set or substitution table.
     virtual bool Load(Bedrock::Counted<BigEndianBuffer> source);
 
-    Bedrock::Counted<OTFont> font;
+    Bedrock::NonCounted<OTFont> font;
     // A major version of 0 marks a table that holds no feature variations.
     uint16_t majorVersion = 0;
     uint16_t minorVersion = 0;

@@ -33,8 +33,8 @@ public:
     // Visits this list, then each lookup.
     void Accept(GraphNodeVisitor& visitor) override;
 
-    Bedrock::Counted<OTFont> font;
-    Bedrock::Counted<const LookupSubTableOwner> owner;
+    Bedrock::NonCounted<OTFont> font;
+    Bedrock::NonCounted<const LookupSubTableOwner> owner;
     // Whether the list was in the file.
     bool isPresent = false;
     // In file order, never sorted.

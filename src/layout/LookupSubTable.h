@@ -36,7 +36,8 @@ public:
     virtual uint16_t GetType() const = 0;
     bool IsLessThan(const GraphNode& other) const override = 0;
 
-    Bedrock::Counted<OTFont> font;
+    // Not owned: the font holds the table that holds this subtable.
+    Bedrock::NonCounted<OTFont> font;
 };
 
 }  // namespace Typeframe

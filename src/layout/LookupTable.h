@@ -45,8 +45,11 @@ public:
     // Visits this lookup, then each subtable that is not null.
     void Accept(GraphNodeVisitor& visitor) override;
 
-    Bedrock::Counted<OTFont> font;
-    Bedrock::Counted<const LookupSubTableOwner> owner;
+    // Both point up, at the font and at the table that holds this lookup, so
+    // neither is owned: a counted reference would keep the font, and the
+    // table, alive for ever.
+    Bedrock::NonCounted<OTFont> font;
+    Bedrock::NonCounted<const LookupSubTableOwner> owner;
     uint16_t lookupType = 0;
     uint16_t lookupFlag = 0;
     // Read and written only when lookupFlag has kUseMarkFilteringSet.

@@ -100,7 +100,7 @@ inline RowsRead LoadAnchorRows(const Bedrock::Counted<BigEndianBuffer>& source, 
 // nothing changed, when the header doesn't fit; otherwise false when a child
 // wasn't read whole (what was read is kept).
 template <class SecondArray>
-bool Load(const Bedrock::Counted<BigEndianBuffer>& source, const Bedrock::Counted<OTFont>& font, uint16_t& format,
+bool Load(const Bedrock::Counted<BigEndianBuffer>& source, const Bedrock::NonCounted<OTFont>& font, uint16_t& format,
           CoverageTable& firstCoverage, CoverageTable& secondCoverage, uint16_t& markClassCount,
           MarkArrayTable& firstArray, SecondArray& secondArray, uint64_t& budget) {
     constexpr unsigned long kHeaderSize = 12;

@@ -18,7 +18,7 @@ constexpr unsigned long kFormat2HeaderSize = 16;
 // the child reads whole; otherwise it stays as it was (empty).
 template <class Table>
 void LoadChild(const Bedrock::Counted<BigEndianBuffer>& source, unsigned long start, uint16_t offset,
-               const Bedrock::Counted<OTFont>& font, Table& table) {
+               const Bedrock::NonCounted<OTFont>& font, Table& table) {
     table = Table();
     table.font = font;
     if (offset == 0) return;

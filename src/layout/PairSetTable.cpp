@@ -20,7 +20,7 @@ bool PairSetTable::PairValueRecord::operator<(const PairValueRecord& other) cons
     return value2 < other.value2;
 }
 
-PairSetTable::PairSetTable(Bedrock::Counted<OTFont> setFont, ValueRecord::ValueRecordFlags format1,
+PairSetTable::PairSetTable(Bedrock::NonCounted<OTFont> setFont, ValueRecord::ValueRecordFlags format1,
                            ValueRecord::ValueRecordFlags format2)
     : font(std::move(setFont)), valueFormat1(format1), valueFormat2(format2) {}
 

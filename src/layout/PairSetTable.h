@@ -28,7 +28,7 @@ public:
     };
 
     PairSetTable() = default;
-    PairSetTable(Bedrock::Counted<OTFont> setFont, ValueRecord::ValueRecordFlags format1,
+    PairSetTable(Bedrock::NonCounted<OTFont> setFont, ValueRecord::ValueRecordFlags format1,
                  ValueRecord::ValueRecordFlags format2);
 
     // Reads at the buffer's position; device offsets count from there. False,
@@ -45,7 +45,7 @@ public:
     // Visits this pair set, then value1 and value2 of each record.
     void Accept(GraphNodeVisitor& visitor) override;
 
-    Bedrock::Counted<OTFont> font;
+    Bedrock::NonCounted<OTFont> font;
     ValueRecord::ValueRecordFlags valueFormat1 = 0;
     ValueRecord::ValueRecordFlags valueFormat2 = 0;
     std::vector<PairValueRecord> records;

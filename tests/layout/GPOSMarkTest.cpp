@@ -46,14 +46,14 @@ namespace {
 // for every other type.
 class MarkOwner final : public LookupSubTableOwner {
 public:
-    Bedrock::Counted<LookupSubTable> MakeSubTable(unsigned short type, Bedrock::Counted<OTFont> font) const override {
+    Bedrock::Counted<LookupSubTable> MakeSubTable(unsigned short type, Bedrock::NonCounted<OTFont> font) const override {
         Bedrock::Counted<LookupSubTable> made;
         if (type == 4) made = Bedrock::MakeCounted<MarkToBasePosLookup>();
         if (type == 5) made = Bedrock::MakeCounted<MarkLigPosLookup>();
         if (type == 6) made = Bedrock::MakeCounted<MarkMarkPosLookup>();
         if (type == 9) {
             auto extension = Bedrock::MakeCounted<ExtensionPosLookup>();
-            extension->owner = Bedrock::Counted<const LookupSubTableOwner>(this);
+            extension->owner = this;
             made = extension;
         }
         if (made) made->font = font;

@@ -72,7 +72,7 @@ public:
 class TestOwner final : public LookupSubTableOwner {
 public:
     explicit TestOwner(uint16_t lastType) : last(lastType) {}
-    Bedrock::Counted<LookupSubTable> MakeSubTable(unsigned short type, Bedrock::Counted<OTFont>) const override {
+    Bedrock::Counted<LookupSubTable> MakeSubTable(unsigned short type, Bedrock::NonCounted<OTFont>) const override {
         if (type < 1 || type > last) return nullptr;
         return Bedrock::MakeCounted<RawSubTable>(type);
     }
@@ -84,8 +84,12 @@ public:
     uint16_t last;
 };
 
-Bedrock::Counted<const LookupSubTableOwner> MakeOwner(uint16_t lastType = 9) {
-    return Bedrock::MakeCounted<TestOwner>(lastType);
+// Lists and lookups don't own their owner (the owner is the table that holds
+// them), so the test owners live as long as the program.
+Bedrock::NonCounted<const LookupSubTableOwner> MakeOwner(uint16_t lastType = 9) {
+    static std::vector<Bedrock::Counted<const LookupSubTableOwner>> owners;
+    owners.push_back(Bedrock::MakeCounted<TestOwner>(lastType));
+    return owners.back();
 }
 
 Bedrock::Counted<BigEndianBuffer> ToBuffer(const std::vector<uint8_t>& bytes) {
@@ -418,7 +422,7 @@ TEST(LookupList, SubtablesLoadWithinTheLookupsBudget) {
     };
     class GreedyOwner final : public LookupSubTableOwner {
     public:
-        Bedrock::Counted<LookupSubTable> MakeSubTable(unsigned short, Bedrock::Counted<OTFont>) const override {
+        Bedrock::Counted<LookupSubTable> MakeSubTable(unsigned short, Bedrock::NonCounted<OTFont>) const override {
             return Bedrock::MakeCounted<Greedy>();
         }
         Bedrock::Counted<LookupSubTable> MakeExtensionSubTable(Bedrock::Counted<LookupSubTable>) const override {
@@ -433,7 +437,8 @@ TEST(LookupList, SubtablesLoadWithinTheLookupsBudget) {
     w.U32(0);
     const auto buffer = ToBuffer(w.Data());
     LookupTable lookup;
-    lookup.owner = Bedrock::MakeCounted<GreedyOwner>();
+    const auto owner = Bedrock::MakeCounted<GreedyOwner>();
+    lookup.owner = owner;
     ASSERT_TRUE(lookup.Load(buffer));
     ASSERT_EQ(lookup.subTables.size(), kSubTables);
     uint64_t taken = 0;
