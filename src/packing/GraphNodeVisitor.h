@@ -24,6 +24,9 @@ class PairPosLookup;
 class PairSetTable;
 class SinglePosLookup;
 class ValueRecord;
+class SequenceContextTable;
+class ChainedSequenceContextTable;
+class OTGPOSTable;
 
 class GraphNodeVisitor {
 public:
@@ -46,6 +49,9 @@ public:
     virtual void Visit(PairSetTable&) {}
     virtual void Visit(PairPosLookup&) {}
     virtual void Visit(CursivePosLookup&) {}
+    virtual void Visit(SequenceContextTable&) {}
+    virtual void Visit(ChainedSequenceContextTable&) {}
+    virtual void Visit(OTGPOSTable&) {}
 };
 
 }  // namespace Typeframe
