@@ -132,6 +132,15 @@ unsigned long DeviceTable::Save(TableGraph& graph) const {
     return index;
 }
 
+int DeviceTable::Compare(const DeviceTable& a, const DeviceTable& b) {
+    if (a.startSize != b.startSize) return a.startSize < b.startSize ? -1 : 1;
+    if (a.endSize != b.endSize) return a.endSize < b.endSize ? -1 : 1;
+    if (a.deltaFormat != b.deltaFormat) return a.deltaFormat < b.deltaFormat ? -1 : 1;
+    const auto order = std::lexicographical_compare_three_way(a.deltas.begin(), a.deltas.end(), b.deltas.begin(),
+                                                              b.deltas.end());
+    return order < 0 ? -1 : order > 0 ? 1 : 0;
+}
+
 bool DeviceTable::IsLessThan(const GraphNode& other) const {
     const auto& that = static_cast<const DeviceTable&>(other);
     if (startSize != that.startSize) return startSize < that.startSize;

@@ -34,6 +34,9 @@ public:
     unsigned long Save(TableGraph& graph) const;
     // Compares `startSize`, `endSize`, `deltaFormat`, then `deltas` as signed bytes.
     bool IsLessThan(const GraphNode& other) const override;
+    // The same order as a three-way result (negative, 0, positive), for the
+    // records that hold devices by value and compare them many times over.
+    static int Compare(const DeviceTable& a, const DeviceTable& b);
 
     uint16_t startSize = 0;
     uint16_t endSize = 0;

@@ -64,6 +64,10 @@ bool LookupList::IsLessThan(const GraphNode& other) const {
         [](const LookupTable& a, const LookupTable& b) { return static_cast<const GraphNode&>(a) < b; });
 }
 
+bool LookupList::IsLessThanItself() const {
+    return std::any_of(lookups.begin(), lookups.end(), [](const LookupTable& lookup) { return lookup.IsLessThanItself(); });
+}
+
 void LookupList::Accept(GraphNodeVisitor& visitor) {
     visitor.Visit(*this);
     for (LookupTable& lookup : lookups) lookup.Accept(visitor);

@@ -30,6 +30,8 @@ public:
     // Compares font (as a pointer); lists of different owners are each less
     // than the other; then isPresent and lookups.
     bool IsLessThan(const GraphNode& other) const override;
+    // True when one of its lookups is less than itself.
+    bool IsLessThanItself() const override;
     // Visits this list, then each lookup.
     void Accept(GraphNodeVisitor& visitor) override;
 

@@ -88,6 +88,8 @@ bool LookupTable::IsLessThan(const GraphNode& other) const {
         });
 }
 
+bool LookupTable::IsLessThanItself() const { return markFilteringSet < lookupFlag; }
+
 void LookupTable::Accept(GraphNodeVisitor& visitor) {
     visitor.Visit(*this);
     for (const Bedrock::Counted<LookupSubTable>& subTable : subTables) {

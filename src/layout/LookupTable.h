@@ -42,6 +42,9 @@ public:
     // Compares lookupType, lookupFlag, markFilteringSet against the receiver's
     // own lookupFlag, then subTables by pointer.
     bool IsLessThan(const GraphNode& other) const override;
+    // True when markFilteringSet is below lookupFlag: the comparison above
+    // then calls the lookup less than itself.
+    bool IsLessThanItself() const override;
     // Visits this lookup, then each subtable that is not null.
     void Accept(GraphNodeVisitor& visitor) override;
 

@@ -13,11 +13,14 @@ constexpr size_t kMaxCount = 0xFFFF;
 
 }  // namespace
 
+int PairSetTable::PairValueRecord::Compare(const PairValueRecord& a, const PairValueRecord& b) {
+    if (a.secondGlyph != b.secondGlyph) return a.secondGlyph < b.secondGlyph ? -1 : 1;
+    if (const int order = ValueRecord::Compare(a.value1, b.value1)) return order;
+    return ValueRecord::Compare(a.value2, b.value2);
+}
+
 bool PairSetTable::PairValueRecord::operator<(const PairValueRecord& other) const {
-    if (secondGlyph != other.secondGlyph) return secondGlyph < other.secondGlyph;
-    if (value1 < other.value1) return true;
-    if (other.value1 < value1) return false;
-    return value2 < other.value2;
+    return Compare(*this, other) < 0;
 }
 
 PairSetTable::PairSetTable(Bedrock::NonCounted<OTFont> setFont, ValueRecord::ValueRecordFlags format1,
@@ -41,11 +44,14 @@ bool PairSetTable::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budg
                                                      sizeof(PairValueRecord), budget);
     records.clear();
     records.resize(kept);
+    // Filled in place: a large pair set holds tens of thousands of records.
     for (PairValueRecord& record : records) {
         source->GetU16(record.secondGlyph);
-        record.value1 = ValueRecord(valueFormat1, start);
+        record.value1.valueFormat = valueFormat1;
+        record.value1.base = start;
         record.value1.Load(source, budget);
-        record.value2 = ValueRecord(valueFormat2, start);
+        record.value2.valueFormat = valueFormat2;
+        record.value2.base = start;
         record.value2.Load(source, budget);
     }
     return true;
@@ -67,7 +73,12 @@ unsigned long PairSetTable::Save(TableGraph& graph) const {
 
 bool PairSetTable::IsLessThan(const GraphNode& other) const {
     const auto& that = static_cast<const PairSetTable&>(other);
-    return records < that.records;
+    // Lexicographic, each pair of records compared once.
+    const size_t common = std::min(records.size(), that.records.size());
+    for (size_t i = 0; i < common; ++i) {
+        if (const int order = PairValueRecord::Compare(records[i], that.records[i])) return order < 0;
+    }
+    return records.size() < that.records.size();
 }
 
 void PairSetTable::Accept(GraphNodeVisitor& visitor) {

@@ -21,6 +21,8 @@ public:
     struct PairValueRecord {
         // Compares secondGlyph, value1, value2.
         bool operator<(const PairValueRecord& other) const;
+        // The same order, three-way.
+        static int Compare(const PairValueRecord& a, const PairValueRecord& b);
 
         uint16_t secondGlyph = 0;
         ValueRecord value1;

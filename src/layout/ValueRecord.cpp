@@ -70,20 +70,22 @@ bool ValueRecord::Save(Bedrock::Counted<BigEndianBuffer> target, unsigned long n
     return true;
 }
 
+int ValueRecord::Compare(const ValueRecord& a, const ValueRecord& b) {
+    if (a.valueFormat != b.valueFormat) return a.valueFormat < b.valueFormat ? -1 : 1;
+    if (a.xPlacement != b.xPlacement) return a.xPlacement < b.xPlacement ? -1 : 1;
+    if (a.yPlacement != b.yPlacement) return a.yPlacement < b.yPlacement ? -1 : 1;
+    if (a.xAdvance != b.xAdvance) return a.xAdvance < b.xAdvance ? -1 : 1;
+    if (a.yAdvance != b.yAdvance) return a.yAdvance < b.yAdvance ? -1 : 1;
+    // Devices are held by value, so comparing them as nodes is comparing
+    // them as devices.
+    if (const int order = DeviceTable::Compare(a.xPlaDevice, b.xPlaDevice)) return order;
+    if (const int order = DeviceTable::Compare(a.yPlaDevice, b.yPlaDevice)) return order;
+    if (const int order = DeviceTable::Compare(a.xAdvDevice, b.xAdvDevice)) return order;
+    return DeviceTable::Compare(a.yAdvDevice, b.yAdvDevice);
+}
+
 bool ValueRecord::IsLessThan(const GraphNode& other) const {
-    const auto& that = static_cast<const ValueRecord&>(other);
-    if (valueFormat != that.valueFormat) return valueFormat < that.valueFormat;
-    if (xPlacement != that.xPlacement) return xPlacement < that.xPlacement;
-    if (yPlacement != that.yPlacement) return yPlacement < that.yPlacement;
-    if (xAdvance != that.xAdvance) return xAdvance < that.xAdvance;
-    if (yAdvance != that.yAdvance) return yAdvance < that.yAdvance;
-    const DeviceTable* const mine[] = {&xPlaDevice, &yPlaDevice, &xAdvDevice, &yAdvDevice};
-    const DeviceTable* const theirs[] = {&that.xPlaDevice, &that.yPlaDevice, &that.xAdvDevice, &that.yAdvDevice};
-    for (unsigned i = 0; i < 4; ++i) {
-        if (*mine[i] < *theirs[i]) return true;
-        if (*theirs[i] < *mine[i]) return false;
-    }
-    return false;
+    return Compare(*this, static_cast<const ValueRecord&>(other)) < 0;
 }
 
 void ValueRecord::Accept(GraphNodeVisitor& visitor) { visitor.Visit(*this); }

@@ -56,6 +56,9 @@ public:
     // Compares valueFormat, the four values, then the four devices by node;
     // `base` is not compared.
     bool IsLessThan(const GraphNode& other) const override;
+    // The same order as a three-way result (negative, 0, positive): pair
+    // sets compare thousands of records, each once rather than both ways.
+    static int Compare(const ValueRecord& a, const ValueRecord& b);
     // Visits this record; its devices are fields the visitor reaches here.
     void Accept(GraphNodeVisitor& visitor) override;
 

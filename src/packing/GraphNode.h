@@ -22,6 +22,11 @@ public:
     // be a strict weak order (fields compared in one fixed order), since the
     // graph finds equal nodes by it.
     virtual bool IsLessThan(const GraphNode& other) const = 0;
+    // Whether IsLessThan(*this) holds. An order that fails to be strict can
+    // call a node less than itself; such a node equals nothing and the graph
+    // never shares it. The classes that can say so answer here cheaply, so
+    // that the graph doesn't compare every node, child by child, with itself.
+    virtual bool IsLessThanItself() const { return false; }
 
     // The length of the buffer, or 0 when there is none.
     uint64_t GetSize() const;

@@ -60,7 +60,7 @@ bool TableGraph::IsShareable(const GraphNode& node) {
     // A node whose order calls it less than itself (a lookup's comparison
     // can) is equal to nothing, so it is never shared; kept out of the
     // index, it cannot break the ordered map's invariants.
-    return !(node < node);
+    return !node.IsLessThanItself();
 }
 
 unsigned long TableGraph::AddTable(const GraphNode& node) {
