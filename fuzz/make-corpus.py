@@ -77,8 +77,8 @@ def glyph_programs(data, tables):
 
 def known_tags():
     """The tags the table factory makes a class for."""
-    with open(os.path.join(ROOT, "src/core/TableManager.cpp"), encoding="utf-8") as f:
-        return sorted(set(re.findall(r'case MakeTag\("(.{4})"\)', f.read())))
+    with open(os.path.join(ROOT, "src/core/TableRegistry.cpp"), encoding="utf-8") as f:
+        return sorted(set(re.findall(r'\{MakeTag\("(.{4})"\), Make<', f.read())))
 
 
 def fonts_of(data):
@@ -169,8 +169,34 @@ def stem(path):
     return os.path.splitext(os.path.basename(path))[0]
 
 
+def gpos_with_lookup(lookup_type, subtable):
+    """A GPOS header with only a lookup list, of one lookup of `lookup_type`
+    with one subtable."""
+    header = struct.pack(">HHHHH", 1, 0, 0, 0, 10)
+    lookup_list = struct.pack(">HH", 1, 4)
+    lookup = struct.pack(">HHHH", lookup_type, 0, 1, 8)
+    return header + lookup_list + lookup + subtable
+
+
+# Made GPOS tables that real fonts don't give: the hostile shapes the loader
+# must bound (name, bytes after the tag).
+HOSTILE_GPOS = [
+    ("extension-of-extension", gpos_with_lookup(9, struct.pack(">HHI", 1, 9, 0))),
+    ("extension-to-itself", gpos_with_lookup(9, struct.pack(">HHI", 1, 2, 0))),
+    ("lookup-type-10", gpos_with_lookup(10, struct.pack(">H", 1))),
+    ("class-pairs-without-values",
+     gpos_with_lookup(2, struct.pack(">HHHHHHHH", 2, 0, 0, 0, 0, 0, 0xFFFF, 0xFFFF))),
+    ("coverage-count-past-end", gpos_with_lookup(1, struct.pack(">HHHHHH", 1, 6, 0, 1, 0xFFFF, 1))),
+    ("lists-at-the-header", struct.pack(">HHHHH", 1, 0, 2, 2, 2)),
+    ("feature-variations-past-end", struct.pack(">HHHHHI", 1, 1, 0, 0, 0, 0xFFFFFFF0)),
+]
+
+
 def seeds(target):
     present = [path for path in FONTS if os.path.exists(path)]
+    if target == "table":
+        for name, data in HOSTILE_GPOS:
+            yield "GPOS-made-" + name, b"GPOS" + data
     if target == "ttcompiler" and os.path.exists(HINTED):
         with open(HINTED, "rb") as f:
             data = f.read()

@@ -146,10 +146,17 @@ set(TYPEFRAME_LAYOUT_GPOS_MARK_SOURCES
 
 # Context and chained context subtables, shared by GSUB and GPOS.
 set(TYPEFRAME_LAYOUT_CONTEXT_SOURCES
+  layout/ChainedSequenceContextTable.cpp
+  layout/GPOSChainedSequenceContextTable.cpp
+  layout/GPOSSequenceContextTable.cpp
+  layout/GSUBChainedSequenceContextTable.cpp
+  layout/GSUBSequenceContextTable.cpp
+  layout/SequenceContextTable.cpp
 )
 
 # The GPOS table.
 set(TYPEFRAME_LAYOUT_GPOS_TABLE_SOURCES
+  layout/OTGPOSTable.cpp
 )
 
 set(TYPEFRAME_LAYOUT_FEATURE_VARIATIONS_SOURCES

@@ -221,11 +221,15 @@ bool OTFile::Save(Bedrock::Counted<Bedrock::OutStream> stream) {
 
     auto offsetTable = Bedrock::MakeCounted<OffsetTable>(m_fileTag, static_cast<unsigned short>(tables.size()));
     bool settled = false;
+    Tag refused = 0;
     for (int pass = 0; pass < kMaxSavePasses && !settled; ++pass) {
         offsetTable->ClearDirectoryEntries();
         uint64_t offset = OffsetTable::kSize + DirectoryEntry::kSize * tables.size();
+        refused = 0;
         for (const auto& table : tables) {
-            table->Save();
+            // A table may refuse until another one it depends on is saved,
+            // so a refusal only counts when it lasts to the final pass.
+            if (!table->Save() && table->IsDirty() && refused == 0) refused = table->GetTag();
             auto entry = Bedrock::MakeCounted<DirectoryEntry>(table->GetTag());
             entry->checksum = table->GetChecksum();
             entry->offset = static_cast<uint32_t>(offset);
@@ -237,6 +241,10 @@ bool OTFile::Save(Bedrock::Counted<Bedrock::OutStream> stream) {
             offset += buffer ? buffer->GetPaddedLength() : 0;
         }
         settled = std::none_of(tables.begin(), tables.end(), [](const auto& t) { return t->IsDirty(); });
+    }
+    if (!settled && refused != 0) {
+        return Fail(Failure::Kind::CannotSave,
+                    Bedrock::FormatString("table %1 can't be written from its fields", TagText(refused)));
     }
     if (!settled) {
         Tag restless = 0;

@@ -36,7 +36,8 @@ public:
     Tag GetTag() const { return m_tag; }
     unsigned long GetLength() const { return m_buffer ? m_buffer->GetLength() : 0; }
     Bedrock::NonCounted<OTFont> GetFont() const { return m_font; }
-    void SetFont(Bedrock::NonCounted<OTFont> font) { m_font = font; }
+    // Virtual for tables whose parts point at the font too.
+    virtual void SetFont(Bedrock::NonCounted<OTFont> font) { m_font = font; }
     bool GetGlyphName(int glyph, Utf8String& name) const;
 
 protected:

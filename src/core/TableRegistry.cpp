@@ -4,6 +4,7 @@
 #include <array>
 
 #include "core/OTFont.h"
+#include "layout/OTGPOSTable.h"
 #include "tables/OTOS2Table.h"
 #include "tables/OTVORGTable.h"
 #include "tables/OTcvtTable.h"
@@ -71,6 +72,7 @@ const Row kRows[] = {
     {MakeTag("vhea"), Make<OTvheaTable>,       0,  0},
     {MakeTag("vmtx"), Make<OTvmtxTable>,       0,  0},
     {MakeTag("VORG"), Make<OTVORGTable>,       0,  0},
+    {MakeTag("GPOS"), Make<OTGPOSTable>,       0,  0},
     // Variation tables; an instance drops them in this order.
     {MakeTag("avar"), Make<OTavarTable>,       0,  0, kDropped},
     {MakeTag("cvar"), Make<OTcvarTable>,       0,  0, kDropped},

@@ -36,6 +36,7 @@ public:
     // the coverage first, then each record's entry and exit anchors.
     unsigned long Save(TableGraph& graph) const override;
     uint16_t GetType() const override { return 3; }
+    Bedrock::Counted<LookupSubTable> Clone() const override { return Bedrock::MakeCounted<CursivePosLookup>(*this); }
     // Compares format, coverage by node, entryExitRecords.
     bool IsLessThan(const GraphNode& other) const override;
     // Visits this lookup, then the entry and exit anchor of each record.

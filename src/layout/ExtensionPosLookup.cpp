@@ -60,6 +60,12 @@ bool ExtensionPosLookup::IsLessThan(const GraphNode& other) const {
     return std::less<const LookupSubTable*>()(subTable.Get(), that.subTable.Get());
 }
 
+Bedrock::Counted<LookupSubTable> ExtensionPosLookup::Clone() const {
+    auto copy = Bedrock::MakeCounted<ExtensionPosLookup>(*this);
+    if (subTable) copy->subTable = subTable->Clone();
+    return copy;
+}
+
 void ExtensionPosLookup::Accept(GraphNodeVisitor& visitor) {
     visitor.Visit(*this);
     if (subTable) subTable->Accept(visitor);

@@ -32,6 +32,8 @@ public:
     // and its edge; a null subTable keeps a zero offset with no edge.
     unsigned long Save(TableGraph& graph) const override;
     uint16_t GetType() const override { return kType; }
+    // Copies the wrapped subtable as well.
+    Bedrock::Counted<LookupSubTable> Clone() const override;
     // Compares format, extensionLookupType, then subTable by pointer.
     bool IsLessThan(const GraphNode& other) const override;
     // Visits this extension, then hands the visitor on to the wrapped

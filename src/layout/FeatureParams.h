@@ -25,6 +25,8 @@ public:
     // fixed fields don't fit.
     virtual bool Load(Bedrock::Counted<BigEndianBuffer> source) = 0;
     virtual unsigned long Save(TableGraph& graph) const = 0;
+    // A copy of the same class, for a table's copy.
+    virtual Bedrock::Counted<FeatureParams> Clone() const = 0;
     // The same within `budget` (see SubTable::GetLoadBudget), reduced by the
     // bytes of the entries kept. Fixed-size parameters keep no entries, so
     // by default this is the plain Load.

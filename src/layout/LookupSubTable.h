@@ -35,6 +35,9 @@ public:
     // The lookup type this subtable belongs to.
     virtual uint16_t GetType() const = 0;
     bool IsLessThan(const GraphNode& other) const override = 0;
+    // A copy that shares nothing that a change to either could reach: a
+    // wrapped subtable is copied too. A table's copy is made of these.
+    virtual Bedrock::Counted<LookupSubTable> Clone() const = 0;
 
     // Not owned: the font holds the table that holds this subtable.
     Bedrock::NonCounted<OTFont> font;

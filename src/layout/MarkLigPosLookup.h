@@ -33,6 +33,7 @@ public:
     // The header with its four offsets, then each child in header order.
     unsigned long Save(TableGraph& graph) const override;
     uint16_t GetType() const override { return kType; }
+    Bedrock::Counted<LookupSubTable> Clone() const override { return Bedrock::MakeCounted<MarkLigPosLookup>(*this); }
     // Compares format, markCoverage, ligatureCoverage, markClassCount, markArray,
     // ligatureArray.
     bool IsLessThan(const GraphNode& other) const override;

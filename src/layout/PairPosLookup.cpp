@@ -11,6 +11,9 @@ namespace Typeframe {
 namespace {
 
 constexpr size_t kMaxCount = 0xFFFF;
+// The load budget allows 256 bytes of objects per byte read, so that a
+// table of 2-byte value records, the densest there is, loads whole.
+static_assert(sizeof(ValueRecord) <= 256);
 constexpr unsigned long kFormat1HeaderSize = 10;
 constexpr unsigned long kFormat2HeaderSize = 16;
 

@@ -31,6 +31,7 @@ public:
     // header, and 0 is returned rather than this node's index.
     unsigned long Save(TableGraph& graph) const override;
     uint16_t GetType() const override { return 2; }
+    Bedrock::Counted<LookupSubTable> Clone() const override { return Bedrock::MakeCounted<PairPosLookup>(*this); }
     // Compares format, coverage, valueFormat1, valueFormat2, pairSets,
     // classDef1, classDef2, class1Count, class2Count, classValues; children
     // by node.

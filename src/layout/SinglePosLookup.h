@@ -27,6 +27,7 @@ public:
     // format writes exactly one record, a zero one when `values` is empty.
     unsigned long Save(TableGraph& graph) const override;
     uint16_t GetType() const override { return 1; }
+    Bedrock::Counted<LookupSubTable> Clone() const override { return Bedrock::MakeCounted<SinglePosLookup>(*this); }
     // Compares format, coverage by node, valueFormat, values.
     bool IsLessThan(const GraphNode& other) const override;
     // Visits this lookup, then each value record.

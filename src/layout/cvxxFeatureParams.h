@@ -21,6 +21,7 @@ class cvxxFeatureParams : public FeatureParams {
 public:
     // Compares `font` (as a pointer), then the fields in order, `characters` last.
     bool IsLessThan(const GraphNode& other) const override;
+    Bedrock::Counted<FeatureParams> Clone() const override { return Bedrock::MakeCounted<cvxxFeatureParams>(*this); }
     // Reads the six fields and the count (false, with nothing changed, when
     // they don't fit), then as many characters as the bytes hold, each read
     // as a U32.

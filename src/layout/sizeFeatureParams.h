@@ -18,6 +18,7 @@ public:
 
     // Compares `font` (as a pointer), then the five fields in order.
     bool IsLessThan(const GraphNode& other) const override;
+    Bedrock::Counted<FeatureParams> Clone() const override { return Bedrock::MakeCounted<sizeFeatureParams>(*this); }
     // Reads the five fields; false, with nothing changed, when they don't fit.
     bool Load(Bedrock::Counted<BigEndianBuffer> source) override;
     unsigned long Save(TableGraph& graph) const override;

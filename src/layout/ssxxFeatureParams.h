@@ -18,6 +18,7 @@ public:
 
     // Compares `font` (as a pointer), `version`, `uiNameID`.
     bool IsLessThan(const GraphNode& other) const override;
+    Bedrock::Counted<FeatureParams> Clone() const override { return Bedrock::MakeCounted<ssxxFeatureParams>(*this); }
     // Reads the two fields; false, with nothing changed, when they don't fit.
     bool Load(Bedrock::Counted<BigEndianBuffer> source) override;
     unsigned long Save(TableGraph& graph) const override;

@@ -8,7 +8,8 @@ Bedrock::Counted<BigEndianBuffer> SubTable::GetBuffer() const { return buffer; }
 
 uint64_t SubTable::GetLoadBudget(const BigEndianBuffer& bytes) {
     constexpr uint64_t kFloor = uint64_t(16) << 20;
-    return kFloor + 2 * uint64_t(bytes.GetLength());
+    constexpr uint64_t kObjectBytesPerByte = 256;
+    return kFloor + kObjectBytesPerByte * uint64_t(bytes.GetLength());
 }
 
 uint64_t SubTable::KeepWithinBudget(uint64_t count, uint64_t objectSize, uint64_t& budget) {

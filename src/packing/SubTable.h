@@ -21,11 +21,11 @@ public:
     static constexpr size_t kMaxCount = 0xFFFF;
 
     // How many bytes of objects one load of a subtable tree may keep: 16 MiB
-    // plus twice the buffer's length. Records that point at one shared child
-    // load a copy each, so a hostile table could multiply a small file into a
-    // huge object tree; a tree that shares nothing stays well under this
-    // (16-bit offsets reach less than half a MiB), leaving real fonts ample
-    // room to share.
+    // plus 256 times the buffer's length. Records that point at one shared
+    // child load a copy each, so a hostile table could multiply a small file
+    // into a huge object tree. A tree that shares nothing stays under the
+    // bound: its densest records, value records of one 2-byte field, keep
+    // under 256 bytes of objects per byte read.
     static uint64_t GetLoadBudget(const BigEndianBuffer& bytes);
     // How many of `count` records, each kept as `objectSize` bytes, `budget`
     // still holds; those are charged to it.

@@ -58,6 +58,7 @@ public:
         return index;
     }
     uint16_t GetType() const override { return type; }
+    Bedrock::Counted<LookupSubTable> Clone() const override { return Bedrock::MakeCounted<RawSubTable>(*this); }
     bool IsLessThan(const GraphNode& other) const override {
         const RawSubTable& that = static_cast<const RawSubTable&>(other);
         if (type != that.type) return type < that.type;
@@ -417,6 +418,7 @@ TEST(LookupList, SubtablesLoadWithinTheLookupsBudget) {
         }
         unsigned long Save(TableGraph& graph) const override { return graph.AddTable(*this); }
         uint16_t GetType() const override { return 1; }
+        Bedrock::Counted<LookupSubTable> Clone() const override { return Bedrock::MakeCounted<Greedy>(*this); }
         bool IsLessThan(const GraphNode&) const override { return false; }
         uint64_t taken = 0;
     };

@@ -1,0 +1,35 @@
+#pragma once
+
+// GPOS lookup type 8: positioning in chained context. The subtable is
+// ChainedSequenceContextTable's; this class gives it its lookup type and
+// the names of its parts.
+
+#include <cstdint>
+
+#include "base/Counted.h"
+#include "base/String.h"
+#include "layout/ChainedSequenceContextTable.h"
+
+namespace Typeframe {
+
+class GPOSChainedSequenceContextTable : public ChainedSequenceContextTable {
+public:
+    uint16_t GetType() const override { return 8; }
+    Bedrock::Counted<LookupSubTable> Clone() const override {
+        return Bedrock::MakeCounted<GPOSChainedSequenceContextTable>(*this);
+    }
+
+    Utf8String ChainContext() const override;
+    Utf8String ChainRuleSetCount() const override;
+    Utf8String ChainRuleSet() const override;
+    Utf8String ChainRuleCount() const override;
+    Utf8String ChainRule() const override;
+    Utf8String ChainClassSetCount() const override;
+    Utf8String ChainClassSet() const override;
+    Utf8String ChainClassRuleCount() const override;
+    Utf8String ChainClassRule() const override;
+    Utf8String Count() const override;
+    Utf8String LookupRecord() const override;
+};
+
+}  // namespace Typeframe
