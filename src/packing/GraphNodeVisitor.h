@@ -27,6 +27,9 @@ class ValueRecord;
 class SequenceContextTable;
 class ChainedSequenceContextTable;
 class OTGPOSTable;
+class OTGDEFTable;
+class LigatureCaretListTable;
+class LigatureGlyphTable;
 
 class GraphNodeVisitor {
 public:
@@ -52,6 +55,9 @@ public:
     virtual void Visit(SequenceContextTable&) {}
     virtual void Visit(ChainedSequenceContextTable&) {}
     virtual void Visit(OTGPOSTable&) {}
+    virtual void Visit(OTGDEFTable&) {}
+    virtual void Visit(LigatureCaretListTable&) {}
+    virtual void Visit(LigatureGlyphTable&) {}
 };
 
 }  // namespace Typeframe
