@@ -156,6 +156,7 @@ set(TYPEFRAME_LAYOUT_CONTEXT_SOURCES
 
 # The GPOS table.
 set(TYPEFRAME_LAYOUT_GPOS_TABLE_SOURCES
+  layout/LayoutTable.cpp
   layout/OTGPOSTable.cpp
 )
 
