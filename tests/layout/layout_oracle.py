@@ -1,21 +1,24 @@
 #!/usr/bin/python3
-"""GPOS tables rebuilt by `typeframe save --rebuild GPOS`, judged by fontTools
+"""Layout tables rebuilt by `typeframe save --rebuild`, judged by fontTools
 and ots-sanitize.
 
-    gpos_oracle.py TOOL ROOT...
+    layout_oracle.py TOOL TAGS ROOT...
 
-Every font with a GPOS table under the ROOTs (searched recursively; each font
-of a collection by --index) is saved with its GPOS rebuilt from its fields.
-fontTools reads the input's and the output's GPOS, and their XML dumps must
-be equal once both sides are put in the same terms:
+TAGS is a comma-separated list of the layout tables to rebuild (GPOS, GSUB,
+GDEF, BASE). Every font under the ROOTs (searched recursively; each font of
+a collection by --index) that has any of them is saved with those it has
+rebuilt from their fields. fontTools reads each table of the input and of
+the output, and their XML dumps must be equal once both sides are put in the
+same terms:
 
 - Extension lookups are unwrapped on both sides, so the writer may add or
   drop them.
 - What the library deliberately doesn't write back is left out of the input:
   feature variations (instancing resolves them; the output keeps their
-  header field as a zero offset), the parameters of features other than
-  size, ssXX and cvXX, and the character lists of cvXX parameters (read as
-  32-bit values, written as 24-bit ones), which are left out of both sides.
+  header field as a zero offset), the item variation stores of GDEF and BASE
+  (likewise), the parameters of features other than size, ssXX and cvXX, and
+  the character lists of cvXX parameters (read as 32-bit values, written as
+  24-bit ones), which are left out of both sides.
 - Device tables are written in the format their deltas call for, with the
   library's own format-3 packing; the input's deltas are replaced by what
   fontTools reads from those words (see `saved_device`).
@@ -47,7 +50,7 @@ try:
     from fontTools.ttLib import TTFont
     from fontTools.ttLib.tables import otBase
 except ImportError:
-    print("gpos_oracle: SKIP: fontTools is not installed")
+    print("layout_oracle: SKIP: fontTools is not installed")
     sys.exit(77)
 
 SKIP = 77
@@ -99,14 +102,19 @@ def saved_device(start, end, deltas):
     return fmt, read
 
 
-def normalise(table, is_input, traits):
-    """Puts a fontTools GPOS (otTables.GPOS) in the terms told above; adds to
-    `traits` what the input holds that the terms touch."""
+EXTENSION_TYPES = {"GSUB": 7, "GPOS": 9}
+
+
+def normalise(tag, table, is_input, traits):
+    """Puts a fontTools table object (otTables.GPOS, GSUB, GDEF or BASE) in
+    the terms told above; adds to `traits` what the input holds that the
+    terms touch."""
     if is_input:
-        if getattr(table, "FeatureVariations", None) is not None:
-            traits.add("feature variations")
-        table.FeatureVariations = None
-    if table.FeatureList:
+        for store in ("FeatureVariations", "VarStore"):
+            if getattr(table, store, None) is not None:
+                traits.add("%s %s" % (tag, "feature variations" if store == "FeatureVariations" else "variation store"))
+                setattr(table, store, None)
+    if getattr(table, "FeatureList", None):
         for record in table.FeatureList.FeatureRecord:
             params = getattr(record.Feature, "FeatureParams", None)
             if params is None:
@@ -116,10 +124,10 @@ def normalise(table, is_input, traits):
             elif record.FeatureTag[:2] == "cv":
                 params.CharCount = 0
                 params.Character = []
-    if table.LookupList:
+    if getattr(table, "LookupList", None):
         for lookup in table.LookupList.Lookup:
-            if lookup.LookupType == 9 and lookup.SubTable:
-                traits.add("extensions")
+            if lookup.LookupType == EXTENSION_TYPES.get(tag) and lookup.SubTable:
+                traits.add(tag + " extensions")
                 lookup.LookupType = lookup.SubTable[0].ExtensionLookupType
                 lookup.SubTable = [extension.ExtSubTable for extension in lookup.SubTable]
     walk(table, is_input, set(), traits)
@@ -146,56 +154,62 @@ def walk(node, is_input, seen, traits):
         walk(value, is_input, seen, traits)
 
 
-def dump(font, is_input, traits):
-    table = font["GPOS"]
-    normalise(table.table, is_input, traits)
+def dump(font, tag, is_input, traits):
+    table = font[tag]
+    normalise(tag, table.table, is_input, traits)
     out = io.StringIO()
     writer = XMLWriter(out, newlinestr="\n")
     table.toXML(writer, font)
     return out.getvalue().splitlines()
 
 
-def check_font(tool, path, index, workdir):
+def check_font(tool, tags, path, index, workdir):
+    """(label, {tag: kind}, problems, traits) for one font; no kinds when it
+    has none of `tags`."""
     label = os.path.basename(path) + ("" if index is None else "#%d" % index)
+    number = -1 if index is None else index
     try:
-        source = TTFont(path, fontNumber=-1 if index is None else index, lazy=True)
-        if "GPOS" not in source.reader.tables:
-            return label, None, [], set()
+        present = [tag for tag in tags if tag in TTFont(path, fontNumber=number, lazy=True).reader.tables]
     except Exception:  # noqa: BLE001 - a font fontTools can't open at all
-        return label, None, [], set()
+        present = []
+    if not present:
+        return label, {}, [], set()
     out = os.path.join(workdir, "%d-%s" % (os.getpid(), os.path.basename(path)))
     if out.endswith(".ttc"):
         out = out[:-4] + ".ttf"
-    command = [tool, "save", path, out, "--rebuild", "GPOS"]
+    command = [tool, "save", path, out, "--rebuild", ",".join(present)]
     if index is not None:
         command += ["--index", str(index)]
     result = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
-    problems = []
     traits = set()
     if result.returncode != 0:
-        return label, "refused", ["save failed: " + result.stderr.strip()], traits
+        return label, {tag: "refused" for tag in present}, ["save failed: " + result.stderr.strip()], traits
+    kinds = {}
+    problems = []
     try:
-        try:
-            expected = dump(TTFont(path, fontNumber=-1 if index is None else index), True, traits)
-        except Exception as error:  # noqa: BLE001 - fontTools can't read the input's GPOS
-            expected = None
-            kind = "unreadable input (%s)" % type(error).__name__
-        if expected is not None:
-            kind = "compared"
+        for tag in present:
             try:
-                got = dump(TTFont(out), False, set())
+                expected = dump(TTFont(path, fontNumber=number), tag, True, traits)
+                kinds[tag] = "compared"
+            except Exception as error:  # noqa: BLE001 - fontTools can't read the input's table
+                expected = None
+                kinds[tag] = "unreadable input (%s)" % type(error).__name__
+            if expected is None:
+                continue
+            try:
+                got = dump(TTFont(out), tag, False, set())
             except Exception as error:  # noqa: BLE001
-                got = None
-                problems.append("fontTools can't read the output's GPOS: %r" % error)
-            if got is not None and got != expected:
+                problems.append("fontTools can't read the output's %s: %r" % (tag, error))
+                continue
+            if got != expected:
                 diff = list(difflib.unified_diff(expected, got, "input", "output", n=1, lineterm=""))
-                problems.append("GPOS differs:\n    " + "\n    ".join(diff[:30]))
+                problems.append("%s differs:\n    %s" % (tag, "\n    ".join(diff[:30])))
         if shutil.which("ots-sanitize") and ots_accepts(path, index) and not ots_accepts(out):
             problems.append("ots-sanitize accepts the input but not the output")
     finally:
         if os.path.exists(out):
             os.remove(out)
-    return label, kind, problems, traits
+    return label, kinds, problems, traits
 
 
 def jobs_of(roots):
@@ -210,36 +224,34 @@ def jobs_of(roots):
 
 
 def main():
-    if len(sys.argv) < 3:
+    if len(sys.argv) < 4:
         print(__doc__)
         return 2
-    tool, roots = sys.argv[1], sys.argv[2:]
+    tool, tags, roots = sys.argv[1], sys.argv[2].split(","), sys.argv[3:]
     logging.getLogger("fontTools").setLevel(logging.CRITICAL)
     jobs = list(jobs_of(roots))
     failures = 0
     kinds = {}
     with tempfile.TemporaryDirectory() as workdir, \
             concurrent.futures.ProcessPoolExecutor(max_workers=os.cpu_count() or 1) as pool:
-        futures = [pool.submit(check_font, tool, path, index, workdir) for path, index in jobs]
+        futures = [pool.submit(check_font, tool, tags, path, index, workdir) for path, index in jobs]
         for future in futures:
-            label, kind, problems, traits = future.result()
-            if kind is None:
-                continue
-            kinds[kind] = kinds.get(kind, 0) + 1
+            label, table_kinds, problems, traits = future.result()
+            for tag, kind in table_kinds.items():
+                kinds[(tag, kind)] = kinds.get((tag, kind), 0) + 1
             for trait in traits:
-                kinds["  with " + trait] = kinds.get("  with " + trait, 0) + 1
+                kinds[(trait, "")] = kinds.get((trait, ""), 0) + 1
             for problem in problems:
                 failures += 1
                 print("FAIL %s: %s" % (label, problem))
     if not kinds:
-        print("gpos_oracle: SKIP: no font with GPOS found")
+        print("layout_oracle: SKIP: no font with %s found" % " or ".join(tags))
         return SKIP
-    print("gpos_oracle: %d fonts with GPOS" % sum(n for kind, n in kinds.items() if not kind.startswith(" ")))
-    for kind in sorted(kinds):
-        print("  %5d  %s" % (kinds[kind], kind))
+    for (name, kind), count in sorted(kinds.items()):
+        print("  %5d  %s %s" % (count, name, kind) if kind else "  %5d    with %s" % (count, name))
     if shutil.which("ots-sanitize") is None:
         print("  note: ots-sanitize not found, its check is left out")
-    print("gpos_oracle: %d failures" % failures)
+    print("layout_oracle: %d failures" % failures)
     return 1 if failures else 0
 
 
