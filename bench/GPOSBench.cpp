@@ -27,9 +27,9 @@ using namespace Typeframe;
 namespace {
 
 Bedrock::Counted<BigEndianBuffer> LargestRealTable() {
-    std::vector<std::string> paths = {"/usr/share/fonts/truetype/inter-vf/Inter.var.ttf",
-                                      std::string(TYPEFRAME_SHARED_DIR) +
-                                          "/testdata/debian/Inter-VariableFont_slnt,wght.ttf"};
+    std::vector<std::string> paths = {
+        "/usr/share/fonts/truetype/inter-vf/Inter.var.ttf",
+        std::string(TYPEFRAME_SHARED_DIR) + "/testdata/debian/Inter-VariableFont_slnt,wght.ttf"};
     if (const char* chosen = std::getenv("TYPEFRAME_GPOS_BENCH_FONT")) paths = {chosen};
     Bedrock::Counted<BigEndianBuffer> largest;
     for (const auto& path : paths) {

@@ -136,8 +136,8 @@ int DeviceTable::Compare(const DeviceTable& a, const DeviceTable& b) {
     if (a.startSize != b.startSize) return a.startSize < b.startSize ? -1 : 1;
     if (a.endSize != b.endSize) return a.endSize < b.endSize ? -1 : 1;
     if (a.deltaFormat != b.deltaFormat) return a.deltaFormat < b.deltaFormat ? -1 : 1;
-    const auto order = std::lexicographical_compare_three_way(a.deltas.begin(), a.deltas.end(), b.deltas.begin(),
-                                                              b.deltas.end());
+    const auto order =
+        std::lexicographical_compare_three_way(a.deltas.begin(), a.deltas.end(), b.deltas.begin(), b.deltas.end());
     return order < 0 ? -1 : order > 0 ? 1 : 0;
 }
 

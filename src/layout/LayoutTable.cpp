@@ -89,7 +89,8 @@ void LayoutTable::BindContext(SequenceContextTable& table, Bedrock::NonCounted<O
 void LayoutTable::BindContext(ChainedSequenceContextTable& table, Bedrock::NonCounted<OTFont> font) {
     table.font = font;
     table.coverage.font = font;
-    for (auto* classes : {&table.backtrackClassDefinition, &table.inputClassDefinition, &table.lookAheadClassDefinition}) {
+    for (auto* classes :
+         {&table.backtrackClassDefinition, &table.inputClassDefinition, &table.lookAheadClassDefinition}) {
         classes->font = font;
     }
     for (auto* coverages : {&table.backtrackCoverages, &table.inputCoverages, &table.lookAheadCoverages}) {
@@ -180,7 +181,6 @@ bool LayoutTable::Save() {
 Bedrock::Counted<BigEndianBuffer> LayoutTable::GetBuffer() const { return OTTable::GetBuffer(); }
 
 bool LayoutTable::IsLessThan(const GraphNode&) const { return false; }
-
 
 void LayoutTable::SetMinimumRequiredVersion() {
     majorVersion = 1;

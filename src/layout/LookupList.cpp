@@ -65,7 +65,8 @@ bool LookupList::IsLessThan(const GraphNode& other) const {
 }
 
 bool LookupList::IsLessThanItself() const {
-    return std::any_of(lookups.begin(), lookups.end(), [](const LookupTable& lookup) { return lookup.IsLessThanItself(); });
+    return std::any_of(lookups.begin(), lookups.end(),
+                       [](const LookupTable& lookup) { return lookup.IsLessThanItself(); });
 }
 
 void LookupList::Accept(GraphNodeVisitor& visitor) {

@@ -18,7 +18,8 @@ public:
 
     // A new, empty subtable of lookup type `type` for `font`, or null for a
     // type this table doesn't know.
-    virtual Bedrock::Counted<LookupSubTable> MakeSubTable(unsigned short type, Bedrock::NonCounted<OTFont> font) const = 0;
+    virtual Bedrock::Counted<LookupSubTable> MakeSubTable(unsigned short type,
+                                                          Bedrock::NonCounted<OTFont> font) const = 0;
     // `subTable` wrapped in this table's extension subtable.
     virtual Bedrock::Counted<LookupSubTable> MakeExtensionSubTable(Bedrock::Counted<LookupSubTable> subTable) const = 0;
     // The extension lookup type: 7 in GSUB, 9 in GPOS.

@@ -39,9 +39,7 @@ public:
     using GraphNodeVisitor::Visit;
 
     void Visit(SinglePosLookup& lookup) override { Bind(lookup, lookup.coverage); }
-    void Visit(PairPosLookup& lookup) override {
-        Bind(lookup, lookup.coverage, lookup.classDef1, lookup.classDef2);
-    }
+    void Visit(PairPosLookup& lookup) override { Bind(lookup, lookup.coverage, lookup.classDef1, lookup.classDef2); }
     void Visit(PairSetTable& set) override { set.font = m_font; }
     void Visit(CursivePosLookup& lookup) override { Bind(lookup, lookup.coverage); }
     void Visit(MarkToBasePosLookup& lookup) override { Bind(lookup, lookup.markCoverage, lookup.baseCoverage); }

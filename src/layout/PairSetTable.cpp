@@ -19,9 +19,7 @@ int PairSetTable::PairValueRecord::Compare(const PairValueRecord& a, const PairV
     return ValueRecord::Compare(a.value2, b.value2);
 }
 
-bool PairSetTable::PairValueRecord::operator<(const PairValueRecord& other) const {
-    return Compare(*this, other) < 0;
-}
+bool PairSetTable::PairValueRecord::operator<(const PairValueRecord& other) const { return Compare(*this, other) < 0; }
 
 PairSetTable::PairSetTable(Bedrock::NonCounted<OTFont> setFont, ValueRecord::ValueRecordFlags format1,
                            ValueRecord::ValueRecordFlags format2)

@@ -46,7 +46,8 @@ namespace {
 // for every other type.
 class MarkOwner final : public LookupSubTableOwner {
 public:
-    Bedrock::Counted<LookupSubTable> MakeSubTable(unsigned short type, Bedrock::NonCounted<OTFont> font) const override {
+    Bedrock::Counted<LookupSubTable> MakeSubTable(unsigned short type,
+                                                  Bedrock::NonCounted<OTFont> font) const override {
         Bedrock::Counted<LookupSubTable> made;
         if (type == 4) made = Bedrock::MakeCounted<MarkToBasePosLookup>();
         if (type == 5) made = Bedrock::MakeCounted<MarkLigPosLookup>();

@@ -177,8 +177,8 @@ TEST(GPOSTable, CopiesShareNothingAndFollowTheirFont) {
 // bytes: what a save writes, a load reads whole.
 TEST(GPOSTable, RealTablesSaveTheSameBytesTwice) {
     const int seen = TypeframeTest::ForEachDejaVuTable(
-        {MakeTag("GPOS")}, [](const std::string& label, const Bedrock::Counted<OTFont>& font,
-                              Bedrock::Counted<BigEndianBuffer> bytes) {
+        {MakeTag("GPOS")},
+        [](const std::string& label, const Bedrock::Counted<OTFont>& font, Bedrock::Counted<BigEndianBuffer> bytes) {
             OTGPOSTable first(font);
             ASSERT_TRUE(first.Load(bytes)) << label;
             const std::vector<uint8_t> once = Rebuild(first);
