@@ -170,8 +170,8 @@ def stem(path):
 
 
 def gpos_with_lookup(lookup_type, subtable):
-    """A GPOS header with only a lookup list, of one lookup of `lookup_type`
-    with one subtable."""
+    """A GPOS (or GSUB) header with only a lookup list, of one lookup of
+    `lookup_type` with one subtable."""
     header = struct.pack(">HHHHH", 1, 0, 0, 0, 10)
     lookup_list = struct.pack(">HH", 1, 4)
     lookup = struct.pack(">HHHH", lookup_type, 0, 1, 8)
@@ -191,12 +191,25 @@ HOSTILE_GPOS = [
     ("feature-variations-past-end", struct.pack(">HHHHHI", 1, 1, 0, 0, 0, 0xFFFFFFF0)),
 ]
 
+# The same for the other layout tables (tag, name, bytes after the tag).
+HOSTILE_LAYOUT = [
+    ("GSUB", "extension-of-extension", gpos_with_lookup(7, struct.pack(">HHI", 1, 7, 0))),
+    ("GSUB", "ligature-count-past-end", gpos_with_lookup(4, struct.pack(">HHHH", 1, 0, 0xFFFF, 8))),
+    ("GDEF", "mark-glyph-sets-past-end", struct.pack(">HHHHHHHH", 1, 2, 0, 0, 0, 0, 14, 0) +
+     struct.pack(">HHI", 1, 0xFFFF, 8)),
+    ("GDEF", "store-past-end", struct.pack(">HHHHHHHI", 1, 3, 0, 0, 0, 0, 0, 0xFFFFFFF0)),
+    ("BASE", "axes-at-the-header", struct.pack(">HHHH", 1, 0, 0, 0)),
+    ("BASE", "script-count-past-end", struct.pack(">HHHH", 1, 0, 8, 0) + struct.pack(">HHH", 0, 6, 0xFFFF)),
+]
+
 
 def seeds(target):
     present = [path for path in FONTS if os.path.exists(path)]
     if target == "table":
         for name, data in HOSTILE_GPOS:
             yield "GPOS-made-" + name, b"GPOS" + data
+        for tag, name, data in HOSTILE_LAYOUT:
+            yield "%s-made-%s" % (tag, name), tag.encode("latin-1") + data
     if target == "ttcompiler" and os.path.exists(HINTED):
         with open(HINTED, "rb") as f:
             data = f.read()

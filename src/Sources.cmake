@@ -134,6 +134,7 @@ set(TYPEFRAME_LAYOUT_GPOS_BASIC_SOURCES
 
 set(TYPEFRAME_LAYOUT_GPOS_MARK_SOURCES
   layout/BaseArrayTable.cpp
+  layout/ExtensionLookup.cpp
   layout/ExtensionPosLookup.cpp
   layout/LigatureArrayTable.cpp
   layout/LigatureAttachTable.cpp
@@ -162,18 +163,30 @@ set(TYPEFRAME_LAYOUT_GPOS_TABLE_SOURCES
 
 # GSUB subtables.
 set(TYPEFRAME_LAYOUT_GSUB_SOURCES
+  layout/AlternateSubstLookup.cpp
+  layout/ExtensionSubLookup.cpp
+  layout/LigatureSubstLookup.cpp
+  layout/MultipleSubstLookup.cpp
+  layout/ReverseChainSingleSubstTable.cpp
+  layout/SingleSubstLookup.cpp
 )
 
 # The GSUB table.
 set(TYPEFRAME_LAYOUT_GSUB_TABLE_SOURCES
+  layout/OTGSUBTable.cpp
 )
 
 # The GDEF table.
 set(TYPEFRAME_LAYOUT_GDEF_SOURCES
+  layout/AttachmentPointListTable.cpp
+  layout/LigatureCaretListTable.cpp
+  layout/MarkGlyphSetsTable.cpp
+  layout/OTGDEFTable.cpp
 )
 
 # The BASE table.
 set(TYPEFRAME_LAYOUT_BASE_SOURCES
+  layout/OTBASETable.cpp
 )
 
 set(TYPEFRAME_LAYOUT_FEATURE_VARIATIONS_SOURCES

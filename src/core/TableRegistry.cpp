@@ -4,7 +4,10 @@
 #include <array>
 
 #include "core/OTFont.h"
+#include "layout/OTBASETable.h"
+#include "layout/OTGDEFTable.h"
 #include "layout/OTGPOSTable.h"
+#include "layout/OTGSUBTable.h"
 #include "tables/OTOS2Table.h"
 #include "tables/OTVORGTable.h"
 #include "tables/OTcvtTable.h"
@@ -72,7 +75,10 @@ const Row kRows[] = {
     {MakeTag("vhea"), Make<OTvheaTable>,       0,  0},
     {MakeTag("vmtx"), Make<OTvmtxTable>,       0,  0},
     {MakeTag("VORG"), Make<OTVORGTable>,       0,  0},
+    {MakeTag("BASE"), Make<OTBASETable>,       0,  0},
+    {MakeTag("GDEF"), Make<OTGDEFTable>,       0,  0},
     {MakeTag("GPOS"), Make<OTGPOSTable>,       0,  0},
+    {MakeTag("GSUB"), Make<OTGSUBTable>,       0,  0},
     // Variation tables; an instance drops them in this order.
     {MakeTag("avar"), Make<OTavarTable>,       0,  0, kDropped},
     {MakeTag("cvar"), Make<OTcvarTable>,       0,  0, kDropped},

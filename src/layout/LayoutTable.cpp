@@ -163,15 +163,8 @@ bool LayoutTable::Save() {
     if (featureList.isPresent) graph.AddOffset(root, featureListOffset, featureList.Save(graph));
     if (lookupList.isPresent) graph.AddOffset(root, lookupListOffset, lookupList.Save(graph));
 
-    // A part of a format that has no layout to write (a coverage that never
-    // loaded, say) answers with node 0, the header: an offset back to the
-    // header would be garbage to every reader, so the table isn't written.
-    if (!graph.Reverse()[root].empty()) {
-        SetBuffer(nullptr);
-        return false;
-    }
     // A table that can't be packed keeps no bytes: none would describe it.
-    Bedrock::Counted<BigEndianBuffer> packed = TableGraphWriter().Save(graph, root);
+    Bedrock::Counted<BigEndianBuffer> packed = TableGraphWriter().SaveTable(graph, root);
     const bool saved = static_cast<bool>(packed);
     SetBuffer(std::move(packed));
     if (saved) SetIsDirty(false);

@@ -5,6 +5,9 @@
 // gets a Visit overload here, empty by default, as that class is written, so
 // that a visitor overrides only the classes it cares about.
 
+// The BASE parts are nested classes, which can't be declared ahead.
+#include "layout/OTBASETable.h"
+
 namespace Typeframe {
 
 class LookupList;
@@ -58,6 +61,13 @@ public:
     virtual void Visit(OTGDEFTable&) {}
     virtual void Visit(LigatureCaretListTable&) {}
     virtual void Visit(LigatureGlyphTable&) {}
+    virtual void Visit(OTBASETable&) {}
+    virtual void Visit(OTBASETable::Axis&) {}
+    virtual void Visit(OTBASETable::Axis::BaseCoord&) {}
+    virtual void Visit(OTBASETable::Axis::BaseValues&) {}
+    virtual void Visit(OTBASETable::Axis::MinMax&) {}
+    virtual void Visit(OTBASETable::Axis::BaseScriptRecord&) {}
+    virtual void Visit(OTBASETable::Axis::BaseScriptRecord::BaseScriptTable&) {}
 };
 
 }  // namespace Typeframe

@@ -67,6 +67,13 @@ TableGraph CopyReachable(const TableGraph& graph, unsigned long root) {
 
 }  // namespace
 
+Bedrock::Counted<BigEndianBuffer> TableGraphWriter::SaveTable(TableGraph& graph, unsigned long root) const {
+    if (root >= graph.nodes.size()) return nullptr;
+    const std::vector<std::vector<unsigned long>> parents = graph.Reverse();
+    if (!parents[root].empty()) return nullptr;
+    return Save(graph, root);
+}
+
 Bedrock::Counted<BigEndianBuffer> TableGraphWriter::Save(TableGraph& graph, unsigned long root) const {
     const std::map<unsigned long, std::list<TableEdge>> large = FindLargeOffsets(graph);
 

@@ -24,6 +24,11 @@ public:
     // The packed table, or null. Leaves `graph` without the edges that were
     // cut, so a graph is packed once.
     Bedrock::Counted<BigEndianBuffer> Save(TableGraph& graph, unsigned long root) const;
+    // The same for a whole table whose header is `root`, and null as well
+    // when an offset points back at the header: a part of a format that has
+    // no layout to write (a coverage that never loaded, say) answers with
+    // node 0, and such an offset would be garbage to every reader.
+    Bedrock::Counted<BigEndianBuffer> SaveTable(TableGraph& graph, unsigned long root) const;
     // One graph, no cutting: the first of the three layouts that fits, or null
     // after the third. `positions` receives each node's first byte; entries
     // are overwritten by each attempt, so they describe the one returned.

@@ -24,6 +24,8 @@ same terms:
   fontTools reads from those words (see `saved_device`).
 - ClassDef entries of class 0 are dropped on both sides, since a format 1
   class definition may or may not list them.
+- A BASE axis with no baseline tags and no scripts counts as absent on both
+  sides, since both axes are always written.
 
 ots-sanitize must accept the output whenever it accepts the input. A font
 whose input GPOS fontTools can't read is only saved and sanitised.
@@ -114,6 +116,14 @@ def normalise(tag, table, is_input, traits):
             if getattr(table, store, None) is not None:
                 traits.add("%s %s" % (tag, "feature variations" if store == "FeatureVariations" else "variation store"))
                 setattr(table, store, None)
+    if tag == "BASE":
+        # Both axes are always written; an absent one as an empty axis.
+        for name in ("HorizAxis", "VertAxis"):
+            axis = getattr(table, name, None)
+            tags = getattr(getattr(axis, "BaseTagList", None), "BaselineTag", None) or []
+            scripts = getattr(getattr(axis, "BaseScriptList", None), "BaseScriptRecord", None) or []
+            if axis is not None and not tags and not scripts:
+                setattr(table, name, None)
     if getattr(table, "FeatureList", None):
         for record in table.FeatureList.FeatureRecord:
             params = getattr(record.Feature, "FeatureParams", None)
