@@ -232,7 +232,11 @@ unsigned long ChainedSequenceContextTable::Save(TableGraph& graph) const {
         for (size_t i = 0; i < std::size(definitions); ++i) definitionOffsets.emplace_back(out, 0, 2, true);
         const std::vector<TableOffset> setOffsets = WriteOffsets(out, classRuleSets);
         graph.AddOffset(index, coverageOffset, coverage.Save(graph));
+        // A class definition the subtable had no offset to (format 0; fonts
+        // often leave out an empty backtrack or lookahead) keeps a zero
+        // offset, which reads as every glyph in class 0.
         for (size_t i = 0; i < std::size(definitions); ++i) {
+            if (definitions[i]->format == 0) continue;
             graph.AddOffset(index, definitionOffsets[i], definitions[i]->Save(graph));
         }
         SaveSets(graph, index, setOffsets, classRuleSets);

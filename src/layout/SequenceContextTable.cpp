@@ -243,9 +243,12 @@ unsigned long SequenceContextTable::Save(TableGraph& graph) const {
         return index;
     }
     if (format == 2) {
-        const unsigned long classIndex = classDefinition.Save(graph);
+        // A class definition the subtable had no offset to (format 0) keeps
+        // a zero offset, which reads as every glyph in class 0.
+        const bool hasClasses = classDefinition.format != 0;
+        const unsigned long classIndex = hasClasses ? classDefinition.Save(graph) : 0;
         const TableOffset classOffset(out, 0, 2, true);
-        graph.AddOffset(index, classOffset, classIndex);
+        if (hasClasses) graph.AddOffset(index, classOffset, classIndex);
         const size_t count = std::min(classRuleSets.size(), kMaxCount);
         out->SetU16(static_cast<uint16_t>(count));
         for (size_t i = 0; i < count; ++i) {

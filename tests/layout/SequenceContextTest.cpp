@@ -504,3 +504,24 @@ TEST(SequenceContext, EveryFieldTakesPartInTheOrder) {
     EXPECT_FALSE(Equal(GSUBSequenceContextTable(), GPOSSequenceContextTable()));
     EXPECT_FALSE(Equal(GSUBChainedSequenceContextTable(), GPOSChainedSequenceContextTable()));
 }
+
+// Fonts often leave out an empty backtrack or lookahead class definition
+// (offset 0). It stays a zero offset on saving, rather than an offset to
+// whatever a definition that was never read would answer, and the subtable
+// packs and reads back the same.
+TEST(SequenceContext, AbsentClassDefinitionsKeepZeroOffsets) {
+    const auto bytes = HexBuffer(
+        "0002 000E 0000 0014 0000 0001 0000"  // format 2, no backtrack or lookahead classes, one absent set
+        "0001 0001 0005"                      // coverage: glyph 5
+        "0001 0005 0001 0000");               // input classes: glyph 5 in class 0
+    GPOSChainedSequenceContextTable table;
+    ASSERT_TRUE(table.Load(bytes));
+    EXPECT_EQ(table.backtrackClassDefinition.format, 0);
+    const std::vector<uint8_t> packed = Pack(table);
+    ASSERT_GE(packed.size(), 14u);
+    EXPECT_EQ(packed[4] << 8 | packed[5], 0);
+    EXPECT_EQ(packed[8] << 8 | packed[9], 0);
+    GPOSChainedSequenceContextTable reread;
+    ASSERT_TRUE(reread.Load(ToBuffer(packed)));
+    EXPECT_TRUE(Equal(reread, table));
+}
