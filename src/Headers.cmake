@@ -12,6 +12,7 @@ set(TYPEFRAME_HEADER_ONLY_HEADERS
   base/Geometry.h
   base/OutStream.h
   core/Failure.h
+  layout/CoveredOffsetList.h
   layout/MarkAttachmentPos.h
   tables/LongMetrics.h
   variations/RegionScalar.h

@@ -1,5 +1,7 @@
 #include "layout/AttachmentPointListTable.h"
 
+#include "layout/CoveredOffsetList.h"
+
 #include <algorithm>
 #include <utility>
 #include <vector>
@@ -48,29 +50,7 @@ bool AttachmentPointListTable::Load(Bedrock::Counted<BigEndianBuffer> source) {
 }
 
 bool AttachmentPointListTable::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {
-    if (!source) return false;
-    const uint64_t start = source->Tell();
-    uint16_t coverageOffset = 0;
-    uint16_t count = 0;
-    if (!source->GetU16(start, coverageOffset) || !source->GetU16(start + 2, count)) return false;
-    source->Seek(start + 4);
-    // Entries that many offsets share load once per offset: each copy is
-    // charged.
-    const uint64_t kept = KeepWithinBudget(std::min<uint64_t>(count, source->GetRemaining() / sizeof(uint16_t)),
-                                           sizeof(AttachPointTable), budget);
-    std::vector<uint16_t> offsets(kept);
-    for (uint16_t& offset : offsets) source->GetU16(offset);
-
-    if (coverageOffset != 0) {
-        source->Seek(start + coverageOffset);
-        coverage.Load(source);
-    }
-    attachPoints.assign(kept, AttachPointTable());
-    for (size_t i = 0; i < kept; ++i) {
-        if (offsets[i] == 0) continue;
-        source->Seek(start + offsets[i]);
-        attachPoints[i].Load(source, budget);
-    }
+    if (!source || !CoveredOffsetList::Load(source, coverage, attachPoints, budget)) return false;
     isPresent = true;
     return true;
 }
@@ -78,28 +58,14 @@ bool AttachmentPointListTable::Load(Bedrock::Counted<BigEndianBuffer> source, ui
 unsigned long AttachmentPointListTable::Save(TableGraph& graph) const {
     const unsigned long index = graph.AddTable(*this);
     StartSave();
-    const Bedrock::Counted<BigEndianBuffer> out = buffer;
-    const TableOffset coverageOffset(out, 0, 2, true);
-    const size_t count = std::min(attachPoints.size(), kMaxCount);
-    out->SetU16(static_cast<uint16_t>(count));
-    std::vector<TableOffset> offsets;
-    offsets.reserve(count);
-    for (size_t i = 0; i < count; ++i) offsets.emplace_back(out, 0, 2, true);
-    graph.AddOffset(index, coverageOffset, coverage.Save(graph));
-    for (size_t i = 0; i < count; ++i) {
-        if (attachPoints[i].isPresent) graph.AddOffset(index, offsets[i], attachPoints[i].Save(graph));
-    }
+    CoveredOffsetList::Save(buffer, index, graph, coverage, attachPoints);
     return index;
 }
 
 bool AttachmentPointListTable::IsLessThan(const GraphNode& other) const {
     const auto& that = static_cast<const AttachmentPointListTable&>(other);
-    if (isPresent != that.isPresent) return isPresent < that.isPresent;
-    if (coverage < that.coverage) return true;
-    if (that.coverage < coverage) return false;
-    return std::lexicographical_compare(
-        attachPoints.begin(), attachPoints.end(), that.attachPoints.begin(), that.attachPoints.end(),
-        [](const AttachPointTable& a, const AttachPointTable& b) { return a.IsLessThan(b); });
+    return CoveredOffsetList::IsLessThan(isPresent, coverage, attachPoints, that.isPresent, that.coverage,
+                                         that.attachPoints);
 }
 
 }  // namespace Typeframe

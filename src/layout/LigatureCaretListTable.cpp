@@ -1,5 +1,7 @@
 #include "layout/LigatureCaretListTable.h"
 
+#include "layout/CoveredOffsetList.h"
+
 #include <algorithm>
 #include <utility>
 #include <vector>
@@ -157,24 +159,7 @@ bool LigatureCaretListTable::Load(Bedrock::Counted<BigEndianBuffer> source) {
 }
 
 bool LigatureCaretListTable::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {
-    if (!source) return false;
-    const uint64_t start = source->Tell();
-    uint16_t coverageOffset = 0;
-    uint16_t count = 0;
-    if (!source->GetU16(start, coverageOffset) || !source->GetU16(start + 2, count)) return false;
-    source->Seek(start + 4);
-    const std::vector<uint16_t> offsets = ReadOffsets(*source, count, sizeof(LigatureGlyphTable), budget);
-
-    if (coverageOffset != 0) {
-        source->Seek(start + coverageOffset);
-        coverage.Load(source);
-    }
-    ligGlyphs.assign(offsets.size(), LigatureGlyphTable());
-    for (size_t i = 0; i < offsets.size(); ++i) {
-        if (offsets[i] == 0) continue;
-        source->Seek(start + offsets[i]);
-        ligGlyphs[i].Load(source, budget);
-    }
+    if (!source || !CoveredOffsetList::Load(source, coverage, ligGlyphs, budget)) return false;
     isPresent = true;
     return true;
 }
@@ -182,28 +167,13 @@ bool LigatureCaretListTable::Load(Bedrock::Counted<BigEndianBuffer> source, uint
 unsigned long LigatureCaretListTable::Save(TableGraph& graph) const {
     const unsigned long index = graph.AddTable(*this);
     StartSave();
-    const Bedrock::Counted<BigEndianBuffer> out = buffer;
-    const TableOffset coverageOffset(out, 0, 2, true);
-    const size_t count = std::min(ligGlyphs.size(), kMaxCount);
-    out->SetU16(static_cast<uint16_t>(count));
-    std::vector<TableOffset> offsets;
-    offsets.reserve(count);
-    for (size_t i = 0; i < count; ++i) offsets.emplace_back(out, 0, 2, true);
-    graph.AddOffset(index, coverageOffset, coverage.Save(graph));
-    for (size_t i = 0; i < count; ++i) {
-        if (ligGlyphs[i].isPresent) graph.AddOffset(index, offsets[i], ligGlyphs[i].Save(graph));
-    }
+    CoveredOffsetList::Save(buffer, index, graph, coverage, ligGlyphs);
     return index;
 }
 
 bool LigatureCaretListTable::IsLessThan(const GraphNode& other) const {
     const auto& that = static_cast<const LigatureCaretListTable&>(other);
-    if (isPresent != that.isPresent) return isPresent < that.isPresent;
-    if (coverage < that.coverage) return true;
-    if (that.coverage < coverage) return false;
-    return std::lexicographical_compare(
-        ligGlyphs.begin(), ligGlyphs.end(), that.ligGlyphs.begin(), that.ligGlyphs.end(),
-        [](const LigatureGlyphTable& a, const LigatureGlyphTable& b) { return a.IsLessThan(b); });
+    return CoveredOffsetList::IsLessThan(isPresent, coverage, ligGlyphs, that.isPresent, that.coverage, that.ligGlyphs);
 }
 
 void LigatureCaretListTable::Accept(GraphNodeVisitor& visitor) {
