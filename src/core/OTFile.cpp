@@ -189,7 +189,9 @@ bool OTFile::Save(Bedrock::Counted<Bedrock::OutStream> stream) {
     std::vector<Bedrock::Counted<OTTable>> tables;
     for (Tag tag : font->GetTableTags()) {
         if (tag == MakeTag("DSIG")) continue;
-        auto table = font->GetTableForTag(tag);
+        // A table that no other table's save touches, and that nobody asked
+        // for, goes out as its bytes: parsing it would change nothing.
+        auto table = TableRegistry::IsSavedUnparsed(tag) ? font->GetTableOrBytesForTag(tag) : font->GetTableForTag(tag);
         if (table) tables.push_back(std::move(table));
     }
 

@@ -90,6 +90,17 @@ Bedrock::Counted<OTTable> OTFont::GetTableForTag(unsigned int tag) const {
     return nullptr;
 }
 
+Bedrock::Counted<OTTable> OTFont::GetTableOrBytesForTag(unsigned int tag) const {
+    for (const auto& table : m_tables) {
+        if (table->GetTag() != tag) continue;
+        if (table->IsLoaded()) return table;
+        // The stand-in belongs to no font: nothing but its bytes is used.
+        auto bytes = Bedrock::MakeCounted<OTTable>(nullptr, tag);
+        return LoadTable(bytes) ? bytes : nullptr;
+    }
+    return nullptr;
+}
+
 bool OTFont::HasTableObject(Tag tag) const {
     return std::any_of(m_tables.begin(), m_tables.end(), [tag](const auto& t) { return t->GetTag() == tag; });
 }

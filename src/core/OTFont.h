@@ -52,6 +52,10 @@ public:
     // The first table with the tag, loaded on demand; null if absent or if
     // it can't be loaded (the load is tried again on the next request).
     Bedrock::Counted<OTTable> GetTableForTag(unsigned int tag) const;
+    // The table of `tag` when it is loaded; otherwise a plain table holding
+    // its bytes, which leaves the font's own object unloaded. Null when the
+    // font has no such table or its bytes can't be read.
+    Bedrock::Counted<OTTable> GetTableOrBytesForTag(unsigned int tag) const;
     // The first table whose exact class is T that is loaded, dirty (made in
     // memory) or loadable.
     template <class T>

@@ -42,6 +42,8 @@ Bedrock::Counted<OTTable> Make(Bedrock::NonCounted<OTFont> font, Tag) {
 }
 
 constexpr bool kDropped = true;
+constexpr bool kKept = false;
+constexpr bool kSavedUnparsed = true;
 
 using Row = TableRegistry::Row;
 
@@ -75,10 +77,11 @@ const Row kRows[] = {
     {MakeTag("vhea"), Make<OTvheaTable>,       0,  0},
     {MakeTag("vmtx"), Make<OTvmtxTable>,       0,  0},
     {MakeTag("VORG"), Make<OTVORGTable>,       0,  0},
-    {MakeTag("BASE"), Make<OTBASETable>,       0,  0},
-    {MakeTag("GDEF"), Make<OTGDEFTable>,       0,  0},
-    {MakeTag("GPOS"), Make<OTGPOSTable>,       0,  0},
-    {MakeTag("GSUB"), Make<OTGSUBTable>,       0,  0},
+    // Layout tables: written from their bytes when nobody asked for them.
+    {MakeTag("BASE"), Make<OTBASETable>,       0,  0, kKept, kSavedUnparsed},
+    {MakeTag("GDEF"), Make<OTGDEFTable>,       0,  0, kKept, kSavedUnparsed},
+    {MakeTag("GPOS"), Make<OTGPOSTable>,       0,  0, kKept, kSavedUnparsed},
+    {MakeTag("GSUB"), Make<OTGSUBTable>,       0,  0, kKept, kSavedUnparsed},
     // Variation tables; an instance drops them in this order.
     {MakeTag("avar"), Make<OTavarTable>,       0,  0, kDropped},
     {MakeTag("cvar"), Make<OTcvarTable>,       0,  0, kDropped},
@@ -122,6 +125,11 @@ Bedrock::Counted<OTTable> TableRegistry::CreateTable(Bedrock::NonCounted<OTFont>
     const Row* row = Find(tag);
     if (row && row->factory) return row->factory(font, tag);
     return Bedrock::MakeCounted<OTTable>(font, tag);
+}
+
+bool TableRegistry::IsSavedUnparsed(Tag tag) {
+    const Row* row = Find(tag);
+    return row && row->savedUnparsed;
 }
 
 bool TableRegistry::HasTableClass(Tag tag) {

@@ -30,6 +30,11 @@ public:
         unsigned char postScriptOrder = 0;
         // Variation data that a static instance no longer has.
         bool droppedFromInstances = false;
+        // No other table's save reads or changes it, so a save that finds
+        // it never loaded writes its bytes as they are, without parsing
+        // them (the layout tables, whose objects cost more than the rest
+        // of an instance).
+        bool savedUnparsed = false;
     };
 
     // The row of a tag, or null for a tag the library knows nothing of.
@@ -37,6 +42,8 @@ public:
     // A new, unloaded table of the tag's class, or a plain OTTable.
     static Bedrock::Counted<OTTable> CreateTable(Bedrock::NonCounted<OTFont> font, Tag tag);
     static bool HasTableClass(Tag tag);
+    // Whether the tag's row says savedUnparsed.
+    static bool IsSavedUnparsed(Tag tag);
 
     // The preferred physical order of the first tables of a file.
     static const std::vector<Tag>& GetTrueTypeOrder();

@@ -35,9 +35,13 @@ Utf8String KeepAlphanumerics(const Utf8String& text) {
 }
 
 // Every table is read now: the font may outlive its file, and a table asked
-// for later would otherwise be read through a file that is gone.
+// for later would otherwise be read through a file that is gone. The tables
+// a save writes from their bytes are left to load from the font's own
+// source, which it keeps, when someone asks for them.
 void LoadAllTables(const Bedrock::Counted<OTFont>& font) {
-    for (Tag tag : font->GetTableTags()) font->GetTableForTag(tag);
+    for (Tag tag : font->GetTableTags()) {
+        if (!TableRegistry::IsSavedUnparsed(tag)) font->GetTableForTag(tag);
+    }
 }
 
 // A double to int with a defined result for any input: hostile data can

@@ -14,6 +14,7 @@
 #include "core/TableManager.h"
 #include "tables/OTheadTable.h"
 #include "tables/OTmaxpTable.h"
+#include "layout/OTGPOSTable.h"
 
 using namespace Typeframe;
 using TypeframeTest::ByteWriter;
@@ -193,6 +194,29 @@ TEST(OTFile, SaveDropsSignatureAndKeepsOtherTablesByteForByte) {
     ASSERT_TRUE(head);
     EXPECT_EQ(head->unitsPerEm, 1000);
     EXPECT_EQ(head->fontRevision.GetRaw(), 0x00010000);
+}
+
+// A layout table nobody asked for goes out as its bytes without being
+// parsed: its object stays unloaded, so a save (and an instance) doesn't pay
+// for building and freeing thousands of subtables it would not change.
+TEST(OTFile, UntouchedLayoutTablesAreSavedWithoutParsing) {
+    const std::vector<uint8_t> gpos = HexBytes("00010000 000A000A 000A 0000 01");
+    auto file = OpenBytes(BuildFont(0x00010000, {{"GPOS", gpos}, {"maxp", MaxpBytes(3)}, {"head", HeadBytes()}}));
+    const auto font = file->GetFont(0);
+    ASSERT_TRUE(font);
+    const auto saved = SaveFont(file);
+    for (const auto& table : font->GetTables()) {
+        if (table->GetTag() == MakeTag("GPOS")) {
+            EXPECT_FALSE(table->IsLoaded());
+        }
+    }
+    for (const auto& [tag, entry] : ReadDirectory(saved)) {
+        if (tag != "GPOS") continue;
+        EXPECT_EQ(std::vector<uint8_t>(saved.begin() + entry.offset, saved.begin() + entry.offset + entry.length),
+                  gpos);
+    }
+    // Asked for, it is the table's class that loads, from the font's source.
+    EXPECT_TRUE(font->GetTableT<OTGPOSTable>());
 }
 
 TEST(OTFile, PhysicalOrderPutsPreferredTablesFirstBySwapping) {
