@@ -259,8 +259,9 @@ std::vector<std::string> UninstancedTables(const Typeframe::OTFont& font) {
     std::vector<std::string> kept;
     // True when the table's version is at least `minor` (of major 1) and the
     // 32-bit offset at `at` is set.
+    // Only the header bytes are read, so the tables need no parsing.
     auto hasOffset = [&](Typeframe::Tag tag, uint16_t minor, unsigned long at) {
-        auto table = font.GetTableForTag(tag);
+        auto table = font.GetTableOrBytesForTag(tag);
         auto buffer = table ? table->GetBuffer() : nullptr;
         if (!buffer || buffer->GetLength() < at + 4) return false;
         const unsigned char* bytes = buffer->GetBuffer();
