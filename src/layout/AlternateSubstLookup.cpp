@@ -5,9 +5,7 @@
 namespace Typeframe {
 
 bool AlternateSubstLookup::Load(Bedrock::Counted<BigEndianBuffer> source) {
-    if (!source) return false;
-    uint64_t budget = GetLoadBudget(*source);
-    return Load(std::move(source), budget);
+    return SubTable::LoadWithOwnBudget(*this, std::move(source));
 }
 
 bool AlternateSubstLookup::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {

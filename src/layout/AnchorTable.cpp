@@ -20,9 +20,7 @@ unsigned long FieldsSize(uint16_t format) {
 }  // namespace
 
 bool AnchorTable::Load(Bedrock::Counted<BigEndianBuffer> source) {
-    if (!source) return false;
-    uint64_t budget = SubTable::GetLoadBudget(*source);
-    return Load(std::move(source), budget);
+    return SubTable::LoadWithOwnBudget(*this, std::move(source));
 }
 
 bool AnchorTable::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {

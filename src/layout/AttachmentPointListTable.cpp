@@ -11,9 +11,7 @@
 namespace Typeframe {
 
 bool AttachPointTable::Load(Bedrock::Counted<BigEndianBuffer> source) {
-    if (!source) return false;
-    uint64_t budget = GetLoadBudget(*source);
-    return Load(std::move(source), budget);
+    return SubTable::LoadWithOwnBudget(*this, std::move(source));
 }
 
 bool AttachPointTable::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {
@@ -44,9 +42,7 @@ bool AttachPointTable::IsLessThan(const GraphNode& other) const {
 }
 
 bool AttachmentPointListTable::Load(Bedrock::Counted<BigEndianBuffer> source) {
-    if (!source) return false;
-    uint64_t budget = GetLoadBudget(*source);
-    return Load(std::move(source), budget);
+    return SubTable::LoadWithOwnBudget(*this, std::move(source));
 }
 
 bool AttachmentPointListTable::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {

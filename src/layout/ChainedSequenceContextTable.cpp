@@ -74,9 +74,7 @@ void SaveSets(TableGraph& graph, unsigned long index, const std::vector<TableOff
 }  // namespace
 
 bool ChainedSequenceContextTable::ChainedSequenceRule::Load(Bedrock::Counted<BigEndianBuffer> source) {
-    if (!source) return false;
-    uint64_t budget = GetLoadBudget(*source);
-    return Load(std::move(source), budget);
+    return SubTable::LoadWithOwnBudget(*this, std::move(source));
 }
 
 bool ChainedSequenceContextTable::ChainedSequenceRule::Load(Bedrock::Counted<BigEndianBuffer> source,
@@ -133,19 +131,16 @@ unsigned long ChainedSequenceContextTable::ChainedSequenceRule::Save(TableGraph&
 }
 
 bool ChainedSequenceContextTable::ChainedSequenceRule::IsLessThan(const GraphNode& other) const {
-    using SequenceContext::Order;
     const auto& that = static_cast<const ChainedSequenceRule&>(other);
     if (isPresent != that.isPresent) return isPresent < that.isPresent;
-    if (const int order = Order(backtrackSequence, that.backtrackSequence)) return order < 0;
-    if (const int order = Order(inputSequence, that.inputSequence)) return order < 0;
-    if (const int order = Order(lookAheadSequence, that.lookAheadSequence)) return order < 0;
+    if (const int order = ThreeWay(backtrackSequence, that.backtrackSequence)) return order < 0;
+    if (const int order = ThreeWay(inputSequence, that.inputSequence)) return order < 0;
+    if (const int order = ThreeWay(lookAheadSequence, that.lookAheadSequence)) return order < 0;
     return lookupRecords < that.lookupRecords;
 }
 
 bool ChainedSequenceContextTable::Load(Bedrock::Counted<BigEndianBuffer> source) {
-    if (!source) return false;
-    uint64_t budget = GetLoadBudget(*source);
-    return Load(std::move(source), budget);
+    return SubTable::LoadWithOwnBudget(*this, std::move(source));
 }
 
 bool ChainedSequenceContextTable::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {
@@ -260,18 +255,19 @@ unsigned long ChainedSequenceContextTable::Save(TableGraph& graph) const {
 }
 
 bool ChainedSequenceContextTable::IsLessThan(const GraphNode& other) const {
-    using SequenceContext::Order;
     const auto& that = static_cast<const ChainedSequenceContextTable&>(other);
-    if (const int order = Order(format, that.format)) return order < 0;
-    if (const int order = Order<GraphNode>(coverage, that.coverage)) return order < 0;
-    if (const int order = Order(ruleSets, that.ruleSets)) return order < 0;
-    if (const int order = Order<GraphNode>(backtrackClassDefinition, that.backtrackClassDefinition)) return order < 0;
-    if (const int order = Order<GraphNode>(inputClassDefinition, that.inputClassDefinition)) return order < 0;
-    if (const int order = Order<GraphNode>(lookAheadClassDefinition, that.lookAheadClassDefinition)) return order < 0;
-    if (const int order = Order(classRuleSets, that.classRuleSets)) return order < 0;
-    if (const int order = Order(backtrackCoverages, that.backtrackCoverages)) return order < 0;
-    if (const int order = Order(inputCoverages, that.inputCoverages)) return order < 0;
-    if (const int order = Order(lookAheadCoverages, that.lookAheadCoverages)) return order < 0;
+    if (const int order = ThreeWay(format, that.format)) return order < 0;
+    if (const int order = ThreeWay<GraphNode>(coverage, that.coverage)) return order < 0;
+    if (const int order = ThreeWay(ruleSets, that.ruleSets)) return order < 0;
+    if (const int order = ThreeWay<GraphNode>(backtrackClassDefinition, that.backtrackClassDefinition))
+        return order < 0;
+    if (const int order = ThreeWay<GraphNode>(inputClassDefinition, that.inputClassDefinition)) return order < 0;
+    if (const int order = ThreeWay<GraphNode>(lookAheadClassDefinition, that.lookAheadClassDefinition))
+        return order < 0;
+    if (const int order = ThreeWay(classRuleSets, that.classRuleSets)) return order < 0;
+    if (const int order = ThreeWay(backtrackCoverages, that.backtrackCoverages)) return order < 0;
+    if (const int order = ThreeWay(inputCoverages, that.inputCoverages)) return order < 0;
+    if (const int order = ThreeWay(lookAheadCoverages, that.lookAheadCoverages)) return order < 0;
     return lookupRecords < that.lookupRecords;
 }
 

@@ -30,9 +30,7 @@ bool CursivePosLookup::EntryExitRecord::operator<(const EntryExitRecord& other) 
 }
 
 bool CursivePosLookup::Load(Bedrock::Counted<BigEndianBuffer> source) {
-    if (!source) return false;
-    uint64_t budget = SubTable::GetLoadBudget(*source);
-    return Load(std::move(source), budget);
+    return SubTable::LoadWithOwnBudget(*this, std::move(source));
 }
 
 bool CursivePosLookup::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {

@@ -14,9 +14,7 @@ constexpr unsigned long kHeaderSize = 8;
 }  // namespace
 
 bool ExtensionLookup::Load(Bedrock::Counted<BigEndianBuffer> source) {
-    if (!source) return false;
-    uint64_t budget = SubTable::GetLoadBudget(*source);
-    return Load(std::move(source), budget);
+    return SubTable::LoadWithOwnBudget(*this, std::move(source));
 }
 
 bool ExtensionLookup::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {

@@ -44,9 +44,7 @@ Bedrock::Counted<FeatureParams> FeatureTable::MakeFeatureParams(unsigned int tag
 }
 
 bool FeatureTable::Load(Bedrock::Counted<BigEndianBuffer> source) {
-    if (!source) return false;
-    uint64_t budget = SubTable::GetLoadBudget(*source);
-    return Load(std::move(source), budget);
+    return SubTable::LoadWithOwnBudget(*this, std::move(source));
 }
 
 bool FeatureTable::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {

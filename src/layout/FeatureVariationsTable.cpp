@@ -49,9 +49,7 @@ bool FeatureVariationsTable::ConditionTable::IsApplicable(const std::vector<Fixe
 }
 
 bool FeatureVariationsTable::ConditionTableSet::Load(Bedrock::Counted<BigEndianBuffer> source) {
-    if (!source) return false;
-    uint64_t budget = SubTable::GetLoadBudget(*source);
-    return Load(std::move(source), budget);
+    return SubTable::LoadWithOwnBudget(*this, std::move(source));
 }
 
 bool FeatureVariationsTable::ConditionTableSet::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {
@@ -83,9 +81,7 @@ bool FeatureVariationsTable::ConditionTableSet::IsApplicable(const std::vector<F
 }
 
 bool FeatureVariationsTable::FeatureTableSubstitutionTable::Load(Bedrock::Counted<BigEndianBuffer> source) {
-    if (!source) return false;
-    uint64_t budget = SubTable::GetLoadBudget(*source);
-    return Load(std::move(source), budget);
+    return SubTable::LoadWithOwnBudget(*this, std::move(source));
 }
 
 bool FeatureVariationsTable::FeatureTableSubstitutionTable::Load(Bedrock::Counted<BigEndianBuffer> source,

@@ -11,9 +11,7 @@ constexpr unsigned long kHeaderSize = 6;
 }  // namespace
 
 bool LangSys::Load(Bedrock::Counted<BigEndianBuffer> source) {
-    if (!source) return false;
-    uint64_t budget = GetLoadBudget(*source);
-    return Load(source, budget);
+    return SubTable::LoadWithOwnBudget(*this, std::move(source));
 }
 
 bool LangSys::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {

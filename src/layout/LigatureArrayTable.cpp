@@ -10,9 +10,7 @@
 namespace Typeframe {
 
 bool LigatureArrayTable::Load(Bedrock::Counted<BigEndianBuffer> source) {
-    if (!source) return false;
-    uint64_t budget = SubTable::GetLoadBudget(*source);
-    return Load(std::move(source), budget);
+    return SubTable::LoadWithOwnBudget(*this, std::move(source));
 }
 
 bool LigatureArrayTable::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {

@@ -11,9 +11,7 @@
 namespace Typeframe {
 
 bool LigatureAttachTable::Load(Bedrock::Counted<BigEndianBuffer> source) {
-    if (!source) return false;
-    uint64_t budget = SubTable::GetLoadBudget(*source);
-    return Load(std::move(source), budget);
+    return SubTable::LoadWithOwnBudget(*this, std::move(source));
 }
 
 bool LigatureAttachTable::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {

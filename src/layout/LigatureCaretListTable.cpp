@@ -38,9 +38,7 @@ std::vector<uint16_t> ReadOffsets(BigEndianBuffer& in, uint16_t count, uint64_t 
 }  // namespace
 
 bool CaretValueTable::Load(Bedrock::Counted<BigEndianBuffer> source) {
-    if (!source) return false;
-    uint64_t budget = GetLoadBudget(*source);
-    return Load(std::move(source), budget);
+    return SubTable::LoadWithOwnBudget(*this, std::move(source));
 }
 
 bool CaretValueTable::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {
@@ -103,9 +101,7 @@ bool CaretValueTable::IsLessThan(const GraphNode& other) const {
 }
 
 bool LigatureGlyphTable::Load(Bedrock::Counted<BigEndianBuffer> source) {
-    if (!source) return false;
-    uint64_t budget = GetLoadBudget(*source);
-    return Load(std::move(source), budget);
+    return SubTable::LoadWithOwnBudget(*this, std::move(source));
 }
 
 bool LigatureGlyphTable::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {
@@ -153,9 +149,7 @@ bool LigatureGlyphTable::IsLessThan(const GraphNode& other) const {
 void LigatureGlyphTable::Accept(GraphNodeVisitor& visitor) { visitor.Visit(*this); }
 
 bool LigatureCaretListTable::Load(Bedrock::Counted<BigEndianBuffer> source) {
-    if (!source) return false;
-    uint64_t budget = GetLoadBudget(*source);
-    return Load(std::move(source), budget);
+    return SubTable::LoadWithOwnBudget(*this, std::move(source));
 }
 
 bool LigatureCaretListTable::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {

@@ -18,9 +18,7 @@ constexpr unsigned long kLigatureHeaderSize = 4;
 }  // namespace
 
 bool LigatureSubstLookup::LigatureTable::Load(Bedrock::Counted<BigEndianBuffer> source) {
-    if (!source) return false;
-    uint64_t budget = GetLoadBudget(*source);
-    return Load(std::move(source), budget);
+    return SubTable::LoadWithOwnBudget(*this, std::move(source));
 }
 
 bool LigatureSubstLookup::LigatureTable::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {
@@ -64,9 +62,7 @@ bool LigatureSubstLookup::LigatureTable::IsLessThan(const GraphNode& other) cons
 }
 
 bool LigatureSubstLookup::LigatureSet::Load(Bedrock::Counted<BigEndianBuffer> source) {
-    if (!source) return false;
-    uint64_t budget = GetLoadBudget(*source);
-    return Load(std::move(source), budget);
+    return SubTable::LoadWithOwnBudget(*this, std::move(source));
 }
 
 bool LigatureSubstLookup::LigatureSet::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {
@@ -98,9 +94,7 @@ bool LigatureSubstLookup::LigatureSet::IsLessThan(const GraphNode& other) const 
 }
 
 bool LigatureSubstLookup::Load(Bedrock::Counted<BigEndianBuffer> source) {
-    if (!source) return false;
-    uint64_t budget = GetLoadBudget(*source);
-    return Load(std::move(source), budget);
+    return SubTable::LoadWithOwnBudget(*this, std::move(source));
 }
 
 bool LigatureSubstLookup::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {

@@ -21,9 +21,7 @@ bool MarkArrayTable::MarkRecord::operator<(const MarkRecord& other) const {
 }
 
 bool MarkArrayTable::Load(Bedrock::Counted<BigEndianBuffer> source) {
-    if (!source) return false;
-    uint64_t budget = SubTable::GetLoadBudget(*source);
-    return Load(std::move(source), budget);
+    return SubTable::LoadWithOwnBudget(*this, std::move(source));
 }
 
 bool MarkArrayTable::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {

@@ -45,9 +45,7 @@ void LoadCoverage(const Bedrock::Counted<BigEndianBuffer>& source, uint64_t posi
 }  // namespace
 
 bool MarkGlyphSetsTable::Load(Bedrock::Counted<BigEndianBuffer> source) {
-    if (!source) return false;
-    uint64_t budget = GetLoadBudget(*source);
-    return Load(std::move(source), budget);
+    return SubTable::LoadWithOwnBudget(*this, std::move(source));
 }
 
 bool MarkGlyphSetsTable::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {

@@ -8,9 +8,7 @@
 namespace Typeframe {
 
 bool MarkLigPosLookup::Load(Bedrock::Counted<BigEndianBuffer> source) {
-    if (!source) return false;
-    uint64_t budget = SubTable::GetLoadBudget(*source);
-    return Load(std::move(source), budget);
+    return SubTable::LoadWithOwnBudget(*this, std::move(source));
 }
 
 bool MarkLigPosLookup::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {

@@ -18,9 +18,7 @@ constexpr unsigned long kHeaderSize = 6;
 namespace GlyphSetSubst {
 
 bool GlyphSet::Load(Bedrock::Counted<BigEndianBuffer> source) {
-    if (!source) return false;
-    uint64_t budget = GetLoadBudget(*source);
-    return Load(std::move(source), budget);
+    return SubTable::LoadWithOwnBudget(*this, std::move(source));
 }
 
 bool GlyphSet::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {
@@ -85,9 +83,7 @@ void Save(TableGraph& graph, unsigned long index, const Bedrock::Counted<BigEndi
 }  // namespace GlyphSetSubst
 
 bool MultipleSubstLookup::Load(Bedrock::Counted<BigEndianBuffer> source) {
-    if (!source) return false;
-    uint64_t budget = GetLoadBudget(*source);
-    return Load(std::move(source), budget);
+    return SubTable::LoadWithOwnBudget(*this, std::move(source));
 }
 
 bool MultipleSubstLookup::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {

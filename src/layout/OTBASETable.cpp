@@ -27,25 +27,14 @@ constexpr unsigned long kFeatMinMaxRecordSize = 8;
 // Every offset this table writes is 16-bit.
 constexpr uint64_t kOffsetLimit = 0x10000;
 
-// Loads `part` with a budget of its own.
-template <class Part>
-bool LoadAlone(Part& part, Bedrock::Counted<BigEndianBuffer> source) {
-    if (!source) return false;
-    uint64_t budget = SubTable::GetLoadBudget(*source);
-    return part.Load(std::move(source), budget);
-}
-
 template <class Part>
 void LoadAt(const Bedrock::Counted<BigEndianBuffer>& source, unsigned long position, Part& part, uint64_t& budget) {
     source->Seek(position);
     part.Load(source, budget);
 }
 
-// Three-way comparisons: negative, 0 or positive, first difference deciding.
-template <class T>
-int Order(const T& a, const T& b) {
-    return a < b ? -1 : b < a ? 1 : 0;
-}
+// Three-way comparisons below: negative, 0 or positive, first difference
+// deciding.
 
 template <class T, class Compare>
 int OrderVectors(const std::vector<T>& a, const std::vector<T>& b, Compare compare) {
@@ -53,25 +42,25 @@ int OrderVectors(const std::vector<T>& a, const std::vector<T>& b, Compare compa
     for (size_t i = 0; i < common; ++i) {
         if (const int order = compare(a[i], b[i])) return order;
     }
-    return Order(a.size(), b.size());
+    return ThreeWay(a.size(), b.size());
 }
 
 int Compare(const BaseCoord& a, const BaseCoord& b) {
-    if (const int order = Order(a.format, b.format)) return order;
-    if (const int order = Order(a.coordinate, b.coordinate)) return order;
-    if (const int order = Order(a.referenceGlyph, b.referenceGlyph)) return order;
-    if (const int order = Order(a.baseCoordPoint, b.baseCoordPoint)) return order;
+    if (const int order = ThreeWay(a.format, b.format)) return order;
+    if (const int order = ThreeWay(a.coordinate, b.coordinate)) return order;
+    if (const int order = ThreeWay(a.referenceGlyph, b.referenceGlyph)) return order;
+    if (const int order = ThreeWay(a.baseCoordPoint, b.baseCoordPoint)) return order;
     return DeviceTable::Compare(a.deviceTable, b.deviceTable);
 }
 
 int Compare(const MinMax::FeatMinMax& a, const MinMax::FeatMinMax& b) {
-    if (const int order = Order(a.tag, b.tag)) return order;
+    if (const int order = ThreeWay(a.tag, b.tag)) return order;
     if (const int order = Compare(a.minCoord, b.minCoord)) return order;
     return Compare(a.maxCoord, b.maxCoord);
 }
 
 int Compare(const MinMax& a, const MinMax& b) {
-    if (const int order = Order(a.isPresent, b.isPresent)) return order;
+    if (const int order = ThreeWay(a.isPresent, b.isPresent)) return order;
     if (const int order = Compare(a.minCoord, b.minCoord)) return order;
     if (const int order = Compare(a.maxCoord, b.maxCoord)) return order;
     return OrderVectors(a.featMinMaxRecords, b.featMinMaxRecords,
@@ -79,13 +68,13 @@ int Compare(const MinMax& a, const MinMax& b) {
 }
 
 int Compare(const BaseValues& a, const BaseValues& b) {
-    if (const int order = Order(a.defaultBaselineIndex, b.defaultBaselineIndex)) return order;
+    if (const int order = ThreeWay(a.defaultBaselineIndex, b.defaultBaselineIndex)) return order;
     return OrderVectors(a.baseCoords, b.baseCoords,
                         [](const BaseCoord& x, const BaseCoord& y) { return Compare(x, y); });
 }
 
 int Compare(const BaseScriptTable::BaseLangSysRecord& a, const BaseScriptTable::BaseLangSysRecord& b) {
-    if (const int order = Order(a.tag, b.tag)) return order;
+    if (const int order = ThreeWay(a.tag, b.tag)) return order;
     return Compare(a.minMax, b.minMax);
 }
 
@@ -99,12 +88,12 @@ int Compare(const BaseScriptTable& a, const BaseScriptTable& b) {
 }
 
 int Compare(const BaseScriptRecord& a, const BaseScriptRecord& b) {
-    if (const int order = Order(a.tag, b.tag)) return order;
+    if (const int order = ThreeWay(a.tag, b.tag)) return order;
     return Compare(a.baseScriptTable, b.baseScriptTable);
 }
 
 int Compare(const Axis& a, const Axis& b) {
-    if (const int order = Order(a.baselineTags.tags, b.baselineTags.tags)) return order;
+    if (const int order = ThreeWay(a.baselineTags.tags, b.baselineTags.tags)) return order;
     return OrderVectors(a.baseScriptRecords, b.baseScriptRecords,
                         [](const BaseScriptRecord& x, const BaseScriptRecord& y) { return Compare(x, y); });
 }
@@ -142,7 +131,9 @@ Bedrock::Counted<BigEndianBuffer> LayOut(const TableGraph& graph, unsigned long 
 
 // ---- Axis::BaselineTags ----
 
-bool BaselineTags::Load(Bedrock::Counted<BigEndianBuffer> source) { return LoadAlone(*this, std::move(source)); }
+bool BaselineTags::Load(Bedrock::Counted<BigEndianBuffer> source) {
+    return SubTable::LoadWithOwnBudget(*this, std::move(source));
+}
 
 bool BaselineTags::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {
     if (!source) return false;
@@ -174,7 +165,9 @@ bool BaselineTags::IsLessThan(const GraphNode& other) const {
 BaseCoord::BaseCoord(unsigned short coordFormat, short value)
     : format(coordFormat), coordinate(value), isPresent(true) {}
 
-bool BaseCoord::Load(Bedrock::Counted<BigEndianBuffer> source) { return LoadAlone(*this, std::move(source)); }
+bool BaseCoord::Load(Bedrock::Counted<BigEndianBuffer> source) {
+    return SubTable::LoadWithOwnBudget(*this, std::move(source));
+}
 
 bool BaseCoord::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {
     if (!source) return false;
@@ -223,7 +216,9 @@ void BaseCoord::Accept(GraphNodeVisitor& visitor) { visitor.Visit(*this); }
 
 // ---- Axis::MinMax ----
 
-bool MinMax::Load(Bedrock::Counted<BigEndianBuffer> source) { return LoadAlone(*this, std::move(source)); }
+bool MinMax::Load(Bedrock::Counted<BigEndianBuffer> source) {
+    return SubTable::LoadWithOwnBudget(*this, std::move(source));
+}
 
 bool MinMax::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {
     if (!source) return false;
@@ -292,7 +287,9 @@ void MinMax::Accept(GraphNodeVisitor& visitor) {
 
 // ---- Axis::BaseValues ----
 
-bool BaseValues::Load(Bedrock::Counted<BigEndianBuffer> source) { return LoadAlone(*this, std::move(source)); }
+bool BaseValues::Load(Bedrock::Counted<BigEndianBuffer> source) {
+    return SubTable::LoadWithOwnBudget(*this, std::move(source));
+}
 
 bool BaseValues::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {
     if (!source) return false;
@@ -336,7 +333,9 @@ void BaseValues::Accept(GraphNodeVisitor& visitor) {
 
 // ---- Axis::BaseScriptRecord::BaseScriptTable ----
 
-bool BaseScriptTable::Load(Bedrock::Counted<BigEndianBuffer> source) { return LoadAlone(*this, std::move(source)); }
+bool BaseScriptTable::Load(Bedrock::Counted<BigEndianBuffer> source) {
+    return SubTable::LoadWithOwnBudget(*this, std::move(source));
+}
 
 bool BaseScriptTable::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {
     if (!source) return false;
@@ -406,7 +405,9 @@ void BaseScriptRecord::Accept(GraphNodeVisitor& visitor) {
 
 // ---- Axis ----
 
-bool Axis::Load(Bedrock::Counted<BigEndianBuffer> source) { return LoadAlone(*this, std::move(source)); }
+bool Axis::Load(Bedrock::Counted<BigEndianBuffer> source) {
+    return SubTable::LoadWithOwnBudget(*this, std::move(source));
+}
 
 bool Axis::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {
     if (!source) return false;

@@ -34,9 +34,7 @@ void LoadChild(const Bedrock::Counted<BigEndianBuffer>& source, unsigned long st
 }  // namespace
 
 bool PairPosLookup::Load(Bedrock::Counted<BigEndianBuffer> source) {
-    if (!source) return false;
-    uint64_t budget = SubTable::GetLoadBudget(*source);
-    return Load(std::move(source), budget);
+    return SubTable::LoadWithOwnBudget(*this, std::move(source));
 }
 
 bool PairPosLookup::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {

@@ -26,9 +26,7 @@ PairSetTable::PairSetTable(Bedrock::NonCounted<OTFont> setFont, ValueRecord::Val
     : font(std::move(setFont)), valueFormat1(format1), valueFormat2(format2) {}
 
 bool PairSetTable::Load(Bedrock::Counted<BigEndianBuffer> source) {
-    if (!source) return false;
-    uint64_t budget = SubTable::GetLoadBudget(*source);
-    return Load(std::move(source), budget);
+    return SubTable::LoadWithOwnBudget(*this, std::move(source));
 }
 
 bool PairSetTable::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {

@@ -56,9 +56,7 @@ void SaveRun(TableGraph& graph, unsigned long index, const Bedrock::Counted<BigE
 }  // namespace
 
 bool ReverseChainSingleSubstTable::Load(Bedrock::Counted<BigEndianBuffer> source) {
-    if (!source) return false;
-    uint64_t budget = GetLoadBudget(*source);
-    return Load(std::move(source), budget);
+    return SubTable::LoadWithOwnBudget(*this, std::move(source));
 }
 
 bool ReverseChainSingleSubstTable::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {
@@ -99,12 +97,11 @@ unsigned long ReverseChainSingleSubstTable::Save(TableGraph& graph) const {
 }
 
 bool ReverseChainSingleSubstTable::IsLessThan(const GraphNode& other) const {
-    using SequenceContext::Order;
     const auto& that = static_cast<const ReverseChainSingleSubstTable&>(other);
-    if (const int order = Order(format, that.format)) return order < 0;
-    if (const int order = Order<GraphNode>(coverage, that.coverage)) return order < 0;
-    if (const int order = Order(backtrackCoverages, that.backtrackCoverages)) return order < 0;
-    if (const int order = Order(lookAheadCoverages, that.lookAheadCoverages)) return order < 0;
+    if (const int order = ThreeWay(format, that.format)) return order < 0;
+    if (const int order = ThreeWay<GraphNode>(coverage, that.coverage)) return order < 0;
+    if (const int order = ThreeWay(backtrackCoverages, that.backtrackCoverages)) return order < 0;
+    if (const int order = ThreeWay(lookAheadCoverages, that.lookAheadCoverages)) return order < 0;
     return substituteGlyphs < that.substituteGlyphs;
 }
 

@@ -15,9 +15,7 @@ constexpr unsigned long kRecordSize = 6;
 }  // namespace
 
 bool ScriptTable::Load(Bedrock::Counted<BigEndianBuffer> source) {
-    if (!source) return false;
-    uint64_t budget = SubTable::GetLoadBudget(*source);
-    return Load(std::move(source), budget);
+    return SubTable::LoadWithOwnBudget(*this, std::move(source));
 }
 
 bool ScriptTable::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {

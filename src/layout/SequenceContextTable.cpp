@@ -113,9 +113,7 @@ void LoadChild(const Bedrock::Counted<BigEndianBuffer>& source, uint64_t start, 
 }  // namespace SequenceContext
 
 bool SequenceContextTable::SequenceRule::Load(Bedrock::Counted<BigEndianBuffer> source) {
-    if (!source) return false;
-    uint64_t budget = GetLoadBudget(*source);
-    return Load(std::move(source), budget);
+    return SubTable::LoadWithOwnBudget(*this, std::move(source));
 }
 
 bool SequenceContextTable::SequenceRule::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {
@@ -156,14 +154,12 @@ unsigned long SequenceContextTable::SequenceRule::Save(TableGraph& graph) const 
 bool SequenceContextTable::SequenceRule::IsLessThan(const GraphNode& other) const {
     const auto& that = static_cast<const SequenceRule&>(other);
     if (isPresent != that.isPresent) return isPresent < that.isPresent;
-    if (const int order = SequenceContext::Order(inputSequence, that.inputSequence)) return order < 0;
+    if (const int order = ThreeWay(inputSequence, that.inputSequence)) return order < 0;
     return lookupRecords < that.lookupRecords;
 }
 
 bool SequenceContextTable::Load(Bedrock::Counted<BigEndianBuffer> source) {
-    if (!source) return false;
-    uint64_t budget = GetLoadBudget(*source);
-    return Load(std::move(source), budget);
+    return SubTable::LoadWithOwnBudget(*this, std::move(source));
 }
 
 bool SequenceContextTable::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {
@@ -275,14 +271,13 @@ unsigned long SequenceContextTable::Save(TableGraph& graph) const {
 }
 
 bool SequenceContextTable::IsLessThan(const GraphNode& other) const {
-    using SequenceContext::Order;
     const auto& that = static_cast<const SequenceContextTable&>(other);
-    if (const int order = Order(format, that.format)) return order < 0;
-    if (const int order = Order<GraphNode>(coverage, that.coverage)) return order < 0;
-    if (const int order = Order(ruleSets, that.ruleSets)) return order < 0;
-    if (const int order = Order<GraphNode>(classDefinition, that.classDefinition)) return order < 0;
-    if (const int order = Order(classRuleSets, that.classRuleSets)) return order < 0;
-    if (const int order = Order(coverages, that.coverages)) return order < 0;
+    if (const int order = ThreeWay(format, that.format)) return order < 0;
+    if (const int order = ThreeWay<GraphNode>(coverage, that.coverage)) return order < 0;
+    if (const int order = ThreeWay(ruleSets, that.ruleSets)) return order < 0;
+    if (const int order = ThreeWay<GraphNode>(classDefinition, that.classDefinition)) return order < 0;
+    if (const int order = ThreeWay(classRuleSets, that.classRuleSets)) return order < 0;
+    if (const int order = ThreeWay(coverages, that.coverages)) return order < 0;
     return lookupRecords < that.lookupRecords;
 }
 

@@ -62,13 +62,6 @@ void LoadChild(const Bedrock::Counted<BigEndianBuffer>& source, uint64_t start, 
 void LoadChild(const Bedrock::Counted<BigEndianBuffer>& source, uint64_t start, uint16_t offset,
                const Bedrock::NonCounted<OTFont>& font, ClassDefinitionTable& table, uint64_t& budget);
 
-// -1, 0 or 1 as `a` is less than, equal to or greater than `b` under `<`.
-template <class T>
-int Order(const T& a, const T& b) {
-    if (a < b) return -1;
-    return b < a ? 1 : 0;
-}
-
 // Reads `count` offsets at `position`, as many as the bytes and `budget`
 // hold, into as many absent entries of `items` (rules or rule sets), and
 // loads each entry from its offset past `start`. A zero offset, or an entry
@@ -98,9 +91,7 @@ public:
     explicit RuleSet(bool present) : isPresent(present) {}
 
     bool Load(Bedrock::Counted<BigEndianBuffer> source) {
-        if (!source) return false;
-        uint64_t budget = GetLoadBudget(*source);
-        return Load(std::move(source), budget);
+        return SubTable::LoadWithOwnBudget(*this, std::move(source));
     }
     // Reads at the buffer's position. False, with nothing changed, when the
     // count doesn't fit; otherwise keeps the offsets that the bytes and the

@@ -15,9 +15,7 @@ constexpr size_t kMaxCount = 0xFFFF;
 }  // namespace
 
 bool SinglePosLookup::Load(Bedrock::Counted<BigEndianBuffer> source) {
-    if (!source) return false;
-    uint64_t budget = SubTable::GetLoadBudget(*source);
-    return Load(std::move(source), budget);
+    return SubTable::LoadWithOwnBudget(*this, std::move(source));
 }
 
 bool SinglePosLookup::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {

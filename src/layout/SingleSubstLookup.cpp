@@ -16,9 +16,7 @@ constexpr unsigned long kHeaderSize = 6;
 }  // namespace
 
 bool SingleSubstLookup::Load(Bedrock::Counted<BigEndianBuffer> source) {
-    if (!source) return false;
-    uint64_t budget = GetLoadBudget(*source);
-    return Load(std::move(source), budget);
+    return SubTable::LoadWithOwnBudget(*this, std::move(source));
 }
 
 bool SingleSubstLookup::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {
@@ -83,11 +81,10 @@ unsigned long SingleSubstLookup::Save(TableGraph& graph) const {
 }
 
 bool SingleSubstLookup::IsLessThan(const GraphNode& other) const {
-    using SequenceContext::Order;
     const auto& that = static_cast<const SingleSubstLookup&>(other);
-    if (const int order = Order(format, that.format)) return order < 0;
-    if (const int order = Order<GraphNode>(coverage, that.coverage)) return order < 0;
-    if (const int order = Order(deltaGlyphID, that.deltaGlyphID)) return order < 0;
+    if (const int order = ThreeWay(format, that.format)) return order < 0;
+    if (const int order = ThreeWay<GraphNode>(coverage, that.coverage)) return order < 0;
+    if (const int order = ThreeWay(deltaGlyphID, that.deltaGlyphID)) return order < 0;
     return substituteGlyphs < that.substituteGlyphs;
 }
 

@@ -24,9 +24,7 @@ bool cvxxFeatureParams::IsLessThan(const GraphNode& other) const {
 }
 
 bool cvxxFeatureParams::Load(Bedrock::Counted<BigEndianBuffer> source) {
-    if (!source) return false;
-    uint64_t budget = SubTable::GetLoadBudget(*source);
-    return Load(source, budget);
+    return SubTable::LoadWithOwnBudget(*this, std::move(source));
 }
 
 bool cvxxFeatureParams::Load(Bedrock::Counted<BigEndianBuffer> source, uint64_t& budget) {

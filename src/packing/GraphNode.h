@@ -37,4 +37,12 @@ public:
 bool operator<(const GraphNode& a, const GraphNode& b);
 bool operator!=(const GraphNode& a, const GraphNode& b);
 
+// -1, 0 or 1 as `a` is less than, equal to or greater than `b` under `<`:
+// for comparisons of many fields where the first difference decides.
+template <class T>
+int ThreeWay(const T& a, const T& b) {
+    if (a < b) return -1;
+    return b < a ? 1 : 0;
+}
+
 }  // namespace Typeframe

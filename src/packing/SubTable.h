@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 
 #include "base/Counted.h"
 #include "core/BigEndianBuffer.h"
@@ -30,6 +31,14 @@ public:
     // How many of `count` records, each kept as `objectSize` bytes, `budget`
     // still holds; those are charged to it.
     static uint64_t KeepWithinBudget(uint64_t count, uint64_t objectSize, uint64_t& budget);
+    // Loads `table` from `source` within a budget of its own: the plain Load
+    // of every class whose load takes a budget.
+    template <class Table>
+    static bool LoadWithOwnBudget(Table& table, Bedrock::Counted<BigEndianBuffer> source) {
+        if (!source) return false;
+        uint64_t budget = GetLoadBudget(*source);
+        return table.Load(std::move(source), budget);
+    }
 
     // Mutable because a subtable's Save(TableGraph&) is const yet writes its
     // bytes here, creating the buffer on the first save.
