@@ -96,42 +96,6 @@ std::string Describe(const FeatureList& list) {
 
 }  // namespace
 
-// Every feature list of the DejaVu fonts goes through the graph and the
-// writer and reads back with the same features in file order; a second save
-// gives the same bytes.
-TEST(FeatureList, RealListsSurviveSavingThroughTheGraph) {
-    const int lists = TypeframeTest::ForEachDejaVuTable(
-        {MakeTag("GSUB"), MakeTag("GPOS")},
-        [](const std::string& label, const Bedrock::Counted<OTFont>& font, Bedrock::Counted<BigEndianBuffer> bytes) {
-            SCOPED_TRACE(label);
-            uint16_t offset = 0;
-            ASSERT_TRUE(bytes && bytes->GetU16(6, offset));
-            bytes->Seek(offset);
-            FeatureList list;
-            list.font = font;
-            ASSERT_TRUE(list.Load(bytes));
-            for (size_t i = 0; i < list.featureTables.size(); ++i) {
-                uint32_t tag = 0;
-                EXPECT_TRUE(bytes->GetU32(offset + 2 + 6 * i, tag) && list.featureTables[i].tag == tag);
-                EXPECT_EQ(list.featureTables[i].font.Get(), font.Get());
-            }
-            const std::vector<uint8_t> packed = Pack(list);
-            ASSERT_FALSE(packed.empty());
-            EXPECT_EQ(Pack(list), packed);
-            FeatureList reread;
-            reread.font = font;
-            ASSERT_TRUE(reread.Load(ToBuffer(packed)));
-            // Parameters compare by pointer, so contents are compared as text.
-            EXPECT_EQ(Describe(reread), Describe(list));
-            bool hasParams = false;
-            for (const FeatureTable& feature : list.featureTables) hasParams |= bool(feature.featureParams);
-            if (!hasParams) {
-                EXPECT_TRUE(Equal(list, reread));
-            }
-        });
-    if (lists == 0) GTEST_SKIP() << "no DejaVu font with GSUB or GPOS";
-}
-
 // The first two bytes of a tag choose the parameters class; ssty counts as a
 // stylistic set on purpose.
 TEST(FeatureTable, PrefixAndParametersClassFollowTheTag) {

@@ -335,39 +335,6 @@ void RoundTripAt(const Bedrock::Counted<BigEndianBuffer>& bytes, unsigned long a
 
 }  // namespace
 
-// The single, pair and cursive subtables of every DejaVu font's GPOS, found by
-// walking the lookup list's bytes (through extensions too), each go through
-// the graph and the writer and read back equal.
-TEST(GPOSBasic, RealSubtablesSurviveSavingThroughTheGraph) {
-    int seen[4] = {};
-    TypeframeTest::ForEachDejaVuTable({MakeTag("GPOS")}, [&](const std::string& label, const Bedrock::Counted<OTFont>&,
-                                                             Bedrock::Counted<BigEndianBuffer> bytes) {
-        SCOPED_TRACE(label);
-        const unsigned long list = U16At(*bytes, 8);
-        const uint16_t lookups = U16At(*bytes, list);
-        for (unsigned i = 0; i < lookups; ++i) {
-            const unsigned long lookup = list + U16At(*bytes, list + 2 + 2 * i);
-            uint16_t type = U16At(*bytes, lookup);
-            const uint16_t count = U16At(*bytes, lookup + 4);
-            for (unsigned k = 0; k < count; ++k) {
-                unsigned long at = lookup + U16At(*bytes, lookup + 6 + 2 * k);
-                if (U16At(*bytes, lookup) == 9) {
-                    type = U16At(*bytes, at + 2);
-                    uint32_t offset = 0;
-                    bytes->GetU32(at + 4, offset);
-                    at += offset;
-                }
-                if (type == 1) RoundTripAt<SinglePosLookup>(bytes, at);
-                if (type == 2) RoundTripAt<PairPosLookup>(bytes, at);
-                if (type == 3) RoundTripAt<CursivePosLookup>(bytes, at);
-                if (type >= 1 && type <= 3) ++seen[type];
-            }
-        }
-    });
-    if (seen[1] + seen[2] + seen[3] == 0) GTEST_SKIP() << "no single, pair or cursive subtables found";
-    EXPECT_GT(seen[2], 0);
-}
-
 // Bytes from the file never drive what is kept beyond what they hold, and a
 // bad offset leaves its child empty.
 TEST(GPOSBasic, HostileCountsAndOffsets) {

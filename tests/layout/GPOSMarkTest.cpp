@@ -39,6 +39,7 @@ using TypeframeTest::ByteWriter;
 using TypeframeTest::Equal;
 using TypeframeTest::HexBytes;
 using TypeframeTest::Pack;
+using TypeframeTest::SameSubTable;
 
 namespace {
 
@@ -84,17 +85,6 @@ uint16_t U16At(const BigEndianBuffer& bytes, unsigned long offset) {
     return value;
 }
 
-// Equal subtables, looking through extensions, whose wrapped subtables
-// compare by pointer.
-bool SameSubTable(const LookupSubTable& a, const LookupSubTable& b) {
-    const auto* extensionA = dynamic_cast<const ExtensionPosLookup*>(&a);
-    const auto* extensionB = dynamic_cast<const ExtensionPosLookup*>(&b);
-    if (!extensionA || !extensionB) return Equal(a, b);
-    return extensionA->format == extensionB->format &&
-           extensionA->extensionLookupType == extensionB->extensionLookupType && extensionA->subTable &&
-           extensionB->subTable && SameSubTable(*extensionA->subTable, *extensionB->subTable);
-}
-
 // "rows:" then each anchor as "x,y" or "-" when missing.
 std::string Describe(uint16_t rowCount, const std::vector<AnchorTable>& anchors) {
     std::string text = std::to_string(rowCount) + ":";
@@ -107,54 +97,6 @@ std::string Describe(uint16_t rowCount, const std::vector<AnchorTable>& anchors)
 }
 
 }  // namespace
-
-// Every mark subtable (types 4, 5, 6, and those that extensions wrap) of the
-// DejaVu fonts' GPOS, loaded from the font's bytes, goes through the graph
-// and the writer and reads back equal; a second save gives the same bytes.
-// Each is also wrapped in an extension, saved and read back through it.
-TEST(GPOSMark, RealSubtablesSurviveSavingThroughTheGraph) {
-    const auto owner = Bedrock::MakeCounted<MarkOwner>();
-    int checked[10] = {};
-    TypeframeTest::ForEachDejaVuTable(
-        {MakeTag("GPOS")},
-        [&](const std::string& label, const Bedrock::Counted<OTFont>& font, Bedrock::Counted<BigEndianBuffer> bytes) {
-            SCOPED_TRACE(label);
-            const unsigned long list = U16At(*bytes, 8);
-            for (uint16_t i = 0; i < U16At(*bytes, list); ++i) {
-                const unsigned long lookup = list + U16At(*bytes, list + 2 + 2 * i);
-                const uint16_t type = U16At(*bytes, lookup);
-                for (uint16_t k = 0; k < U16At(*bytes, lookup + 4); ++k) {
-                    const unsigned long at = lookup + U16At(*bytes, lookup + 6 + 2 * k);
-                    const uint16_t wrapped = type == 9 ? U16At(*bytes, at + 2) : type;
-                    if (wrapped < 4 || wrapped > 6) continue;
-                    SCOPED_TRACE("lookup " + std::to_string(i) + " subtable " + std::to_string(k));
-                    const Bedrock::Counted<LookupSubTable> subTable = owner->MakeSubTable(type, font);
-                    bytes->Seek(at);
-                    ASSERT_TRUE(subTable->Load(bytes));
-                    const std::vector<uint8_t> packed = Pack(*subTable);
-                    ASSERT_FALSE(packed.empty());
-                    EXPECT_EQ(Pack(*subTable), packed);
-                    const Bedrock::Counted<LookupSubTable> reread = owner->MakeSubTable(type, font);
-                    ASSERT_TRUE(reread->Load(ToBuffer(packed)));
-                    EXPECT_TRUE(SameSubTable(*subTable, *reread));
-                    ++checked[type];
-                    if (type == 9) continue;
-                    // The same subtable behind an extension made in memory.
-                    ExtensionPosLookup extension;
-                    extension.extensionLookupType = type;
-                    extension.subTable = subTable;
-                    const Bedrock::Counted<LookupSubTable> unwrapped = owner->MakeSubTable(9, font);
-                    ASSERT_TRUE(unwrapped->Load(ToBuffer(Pack(extension))));
-                    EXPECT_TRUE(SameSubTable(extension, *unwrapped));
-                    ++checked[9];
-                }
-            }
-        });
-    if (checked[4] + checked[5] + checked[6] + checked[9] == 0) GTEST_SKIP() << "no mark subtables found";
-    EXPECT_GT(checked[4], 0);
-    EXPECT_GT(checked[5], 0);
-    EXPECT_GT(checked[6], 0);
-}
 
 // With no mark classes there are no offsets: the array is its row count.
 TEST(GPOSMark, BaseArrayWithoutClassesWritesOnlyItsRowCount) {

@@ -40,6 +40,7 @@ using TypeframeTest::ByteWriter;
 using TypeframeTest::Equal;
 using TypeframeTest::HexBytes;
 using TypeframeTest::Pack;
+using TypeframeTest::SameSubTable;
 
 namespace {
 
@@ -76,69 +77,9 @@ Bedrock::Counted<BigEndianBuffer> ToBuffer(const std::vector<uint8_t>& bytes) {
     return Bedrock::MakeCounted<BigEndianBuffer>(bytes.data(), bytes.size(), 4);
 }
 
-uint16_t U16At(const BigEndianBuffer& bytes, unsigned long offset) {
-    uint16_t value = 0;
-    bytes.GetU16(offset, value);
-    return value;
-}
-
 const LookupSubTable& Unwrap(const LookupSubTable& table) {
     const auto* extension = dynamic_cast<const ExtensionSubLookup*>(&table);
     return extension && extension->subTable ? *extension->subTable : table;
-}
-
-// Equal subtables, looking through extensions, whose wrapped subtables
-// compare by pointer.
-bool SameSubTable(const LookupSubTable& a, const LookupSubTable& b) {
-    const auto* extensionA = dynamic_cast<const ExtensionSubLookup*>(&a);
-    const auto* extensionB = dynamic_cast<const ExtensionSubLookup*>(&b);
-    if (!extensionA || !extensionB) return Equal(a, b);
-    return extensionA->format == extensionB->format &&
-           extensionA->extensionLookupType == extensionB->extensionLookupType && extensionA->subTable &&
-           extensionB->subTable && SameSubTable(*extensionA->subTable, *extensionB->subTable);
-}
-
-// The mapping of a single, multiple or alternate substitution, through an
-// extension; empty for other types.
-Mapping MappingOf(const LookupSubTable& table) {
-    const LookupSubTable& inner = Unwrap(table);
-    if (const auto* single = dynamic_cast<const SingleSubstLookup*>(&inner)) {
-        Mapping mapping;
-        for (const auto& [from, to] : single->mapping) mapping[from] = {to};
-        return mapping;
-    }
-    if (const auto* multiple = dynamic_cast<const MultipleSubstLookup*>(&inner)) return multiple->mapping;
-    if (const auto* alternate = dynamic_cast<const AlternateSubstLookup*>(&inner)) return alternate->mapping;
-    return {};
-}
-
-// Calls `visit` with the GSUB bytes of each font in the installed DejaVu,
-// Inter and Karla folders and of the shared test fonts that hold the rarer
-// types (multiple, extension, reverse chaining).
-void ForEachGSUB(const std::function<void(const std::string&, const Bedrock::Counted<OTFont>&,
-                                          Bedrock::Counted<BigEndianBuffer>)>& visit) {
-    const std::string fonttools = std::string(TYPEFRAME_SHARED_DIR) + "/testdata/fonttools/Tests/ttLib/";
-    std::vector<std::filesystem::path> files;
-    std::error_code error;
-    for (const char* folder : {"dejavu", "inter-vf", "karla", "karla-variable"}) {
-        for (const auto& entry :
-             std::filesystem::directory_iterator(std::string("/usr/share/fonts/truetype/") + folder, error)) {
-            files.push_back(entry.path());
-        }
-    }
-    for (const auto& entry : std::filesystem::directory_iterator(fonttools + "tables/data/aots", error)) {
-        if (entry.path().filename().string().rfind("gsub", 0) == 0) files.push_back(entry.path());
-    }
-    files.push_back(fonttools + "data/TestVGID-Regular.otf");
-    for (const std::filesystem::path& path : files) {
-        if (path.extension() != ".ttf" && path.extension() != ".otf") continue;
-        auto file = Bedrock::MakeCounted<OTFile>();
-        auto stream = Bedrock::FileInStream::Open(path.c_str(), false);
-        if (!stream || !file->Load(stream)) continue;
-        const Bedrock::Counted<OTFont> font = file->GetFont(0);
-        const Bedrock::Counted<OTTable> table = font ? font->GetTableForTag(MakeTag("GSUB")) : nullptr;
-        if (table && table->GetBuffer()) visit(path.filename().string(), font, table->GetBuffer());
-    }
 }
 
 // Counts the context subtables a visitor reaches.
@@ -150,53 +91,6 @@ public:
 };
 
 }  // namespace
-
-// Every subtable of every GSUB lookup, as loaded from the font, packs to the
-// same bytes twice and reads back equal, with the same mapping; each is also
-// wrapped in an extension made in memory and read back through it.
-TEST(GSUBSubtables, RealSubtablesSurviveSavingThroughTheGraph) {
-    const auto owner = Bedrock::MakeCounted<SubstOwner>();
-    std::map<uint16_t, int> checked;
-    ForEachGSUB(
-        [&](const std::string& label, const Bedrock::Counted<OTFont>& font, Bedrock::Counted<BigEndianBuffer> bytes) {
-            SCOPED_TRACE(label);
-            const unsigned long list = U16At(*bytes, 8);
-            for (uint16_t i = 0; i < U16At(*bytes, list); ++i) {
-                const unsigned long lookup = list + U16At(*bytes, list + 2 + 2 * i);
-                const uint16_t type = U16At(*bytes, lookup);
-                for (uint16_t k = 0; k < U16At(*bytes, lookup + 4); ++k) {
-                    SCOPED_TRACE("lookup " + std::to_string(i) + " subtable " + std::to_string(k));
-                    const Bedrock::Counted<LookupSubTable> subTable = owner->MakeSubTable(type, font);
-                    ASSERT_TRUE(subTable);
-                    bytes->Seek(lookup + U16At(*bytes, lookup + 6 + 2 * k));
-                    ASSERT_TRUE(subTable->Load(bytes));
-                    const std::vector<uint8_t> packed = Pack(*subTable);
-                    ASSERT_FALSE(packed.empty());
-                    EXPECT_EQ(Pack(*subTable), packed);
-                    const Bedrock::Counted<LookupSubTable> reread = owner->MakeSubTable(type, font);
-                    ASSERT_TRUE(reread->Load(ToBuffer(packed)));
-                    EXPECT_TRUE(SameSubTable(*subTable, *reread));
-                    EXPECT_EQ(MappingOf(*reread), MappingOf(*subTable));
-                    ++checked[Unwrap(*subTable).GetType()];
-                    if (type == 7) {
-                        ++checked[7];
-                        continue;
-                    }
-                    const Bedrock::Counted<LookupSubTable> extension = owner->MakeExtensionSubTable(subTable);
-                    const Bedrock::Counted<LookupSubTable> unwrapped = owner->MakeSubTable(7, font);
-                    ASSERT_TRUE(unwrapped->Load(ToBuffer(Pack(*extension))));
-                    EXPECT_TRUE(SameSubTable(*extension, *unwrapped));
-                }
-            }
-        });
-    if (checked.empty()) GTEST_SKIP() << "no GSUB fonts found";
-    EXPECT_GT(checked[1], 0);
-    EXPECT_GT(checked[4], 0);
-    // The rarer types come from the shared test fonts.
-    if (std::filesystem::exists(TYPEFRAME_SHARED_DIR "/testdata/fonttools/Tests/ttLib/data/TestVGID-Regular.otf")) {
-        for (uint16_t type = 1; type <= 8; ++type) EXPECT_GT(checked[type], 0) << "type " << type;
-    }
-}
 
 // Format 1 adds the delta in 16 bits; format 2 pairs glyphs with the
 // coverage, and when the counts differ the load fails yet keeps every field,

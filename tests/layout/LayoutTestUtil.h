@@ -13,6 +13,8 @@
 #include "base/FileInStream.h"
 #include "core/OTFile.h"
 #include "core/OTFont.h"
+#include "layout/ExtensionLookup.h"
+#include "layout/LookupSubTable.h"
 
 #include "TestUtil.h"
 #include "packing/GraphNode.h"
@@ -23,6 +25,17 @@ namespace TypeframeTest {
 
 // Neither node is less than the other.
 inline bool Equal(const Typeframe::GraphNode& a, const Typeframe::GraphNode& b) { return !(a < b) && !(b < a); }
+
+// Equal subtables, looking through extensions (GSUB's or GPOS'), whose
+// wrapped subtables compare by pointer.
+inline bool SameSubTable(const Typeframe::LookupSubTable& a, const Typeframe::LookupSubTable& b) {
+    const auto* extensionA = dynamic_cast<const Typeframe::ExtensionLookup*>(&a);
+    const auto* extensionB = dynamic_cast<const Typeframe::ExtensionLookup*>(&b);
+    if (!extensionA || !extensionB) return Equal(a, b);
+    return extensionA->format == extensionB->format &&
+           extensionA->extensionLookupType == extensionB->extensionLookupType && extensionA->subTable &&
+           extensionB->subTable && SameSubTable(*extensionA->subTable, *extensionB->subTable);
+}
 
 // Saves `node` as the root of `graph` and lays it out; empty when the writer
 // can't.

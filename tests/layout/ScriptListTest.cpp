@@ -87,34 +87,6 @@ std::string Describe(const ScriptList& list) {
 
 }  // namespace
 
-// Every script list of the DejaVu fonts goes through the graph and the writer
-// and reads back as an equal list, in file order; a second save gives the
-// same bytes.
-TEST(ScriptList, RealListsSurviveSavingThroughTheGraph) {
-    const int lists = TypeframeTest::ForEachDejaVuTable(
-        {MakeTag("GSUB"), MakeTag("GPOS")},
-        [](const std::string& label, const Bedrock::Counted<OTFont>&, Bedrock::Counted<BigEndianBuffer> bytes) {
-            SCOPED_TRACE(label);
-            uint16_t offset = 0;
-            ASSERT_TRUE(bytes && bytes->GetU16(4, offset));
-            bytes->Seek(offset);
-            ScriptList list;
-            ASSERT_TRUE(list.Load(bytes));
-            ASSERT_FALSE(list.scriptRecords.empty());
-            for (size_t i = 0; i < list.scriptRecords.size(); ++i) {
-                uint32_t tag = 0;
-                EXPECT_TRUE(bytes->GetU32(offset + 2 + 6 * i, tag) && list.scriptRecords[i].tag == tag);
-            }
-            const std::vector<uint8_t> packed = Pack(list);
-            ASSERT_FALSE(packed.empty());
-            EXPECT_EQ(Pack(list), packed);
-            ScriptList reread;
-            ASSERT_TRUE(reread.Load(ToBuffer(packed)));
-            EXPECT_TRUE(Equal(list, reread)) << Describe(list) << "\n" << Describe(reread);
-        });
-    if (lists == 0) GTEST_SKIP() << "no DejaVu font with GSUB or GPOS";
-}
-
 // Unsorted tags and indices, a script without a default language system: the
 // writer's layout of these objects is these very bytes. Each record's inner
 // LangSys is a node that no offset reaches, and is not laid out.

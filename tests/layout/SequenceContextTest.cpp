@@ -62,17 +62,6 @@ Rule MakeRule(std::vector<uint16_t> input, uint16_t lookup) {
     return rule;
 }
 
-// The subtable of a context lookup type (5 to 8), of `font`.
-Bedrock::Counted<LookupSubTable> MakeContext(uint16_t type, const Bedrock::Counted<OTFont>& font) {
-    Bedrock::Counted<LookupSubTable> made;
-    if (type == 5) made = Bedrock::MakeCounted<GSUBSequenceContextTable>();
-    if (type == 6) made = Bedrock::MakeCounted<GSUBChainedSequenceContextTable>();
-    if (type == 7) made = Bedrock::MakeCounted<GPOSSequenceContextTable>();
-    if (type == 8) made = Bedrock::MakeCounted<GPOSChainedSequenceContextTable>();
-    if (made) made->font = font;
-    return made;
-}
-
 // " sets<kept>/<present> rules<kept>/<present>" of a vector of rule sets.
 template <class Set>
 std::string DescribeSets(const std::vector<Set>& sets) {
@@ -142,64 +131,6 @@ void ExpectRoundTrip(const Table& table) {
 }
 
 }  // namespace
-
-// Every context and chained context subtable (lookup types 5 and 6 of GSUB,
-// 7 and 8 of GPOS, behind extensions too) of the DejaVu fonts goes through
-// the graph and the writer and reads back equal; a second save gives the
-// same bytes.
-TEST(SequenceContext, RealSubtablesSurviveSavingThroughTheGraph) {
-    int seen = 0;
-    TypeframeTest::ForEachDejaVuTable(
-        {MakeTag("GSUB"), MakeTag("GPOS")},
-        [&](const std::string& label, const Bedrock::Counted<OTFont>& font, Bedrock::Counted<BigEndianBuffer> bytes) {
-            SCOPED_TRACE(label);
-            const uint16_t typeBase = label.ends_with("GSUB") ? 0 : 2;
-            const uint16_t extension = label.ends_with("GSUB") ? 7 : 9;
-            const unsigned long list = U16At(*bytes, 8);
-            for (uint16_t i = 0; i < U16At(*bytes, list); ++i) {
-                const unsigned long lookup = list + U16At(*bytes, list + 2 + 2 * i);
-                for (uint16_t k = 0; k < U16At(*bytes, lookup + 4); ++k) {
-                    uint16_t type = U16At(*bytes, lookup);
-                    unsigned long at = lookup + U16At(*bytes, lookup + 6 + 2 * k);
-                    if (type == extension) {
-                        type = U16At(*bytes, at + 2);
-                        uint32_t offset = 0;
-                        bytes->GetU32(at + 4, offset);
-                        at += offset;
-                    }
-                    if (type != 5 + typeBase && type != 6 + typeBase) continue;
-                    SCOPED_TRACE("lookup " + std::to_string(i) + " subtable " + std::to_string(k));
-                    const Bedrock::Counted<LookupSubTable> table = MakeContext(type, font);
-                    bytes->Seek(at);
-                    ASSERT_TRUE(table->Load(bytes));
-                    const std::vector<uint8_t> packed = Pack(*table);
-                    ASSERT_FALSE(packed.empty());
-                    EXPECT_EQ(Pack(*table), packed);
-                    const Bedrock::Counted<LookupSubTable> reread = MakeContext(type, font);
-                    ASSERT_TRUE(reread->Load(ToBuffer(packed)));
-                    EXPECT_TRUE(Equal(*table, *reread));
-                    // The class definitions, read on their own, are where
-                    // the fields say: backtrack, input, lookahead.
-                    const auto* chained = dynamic_cast<const ChainedSequenceContextTable*>(table.Get());
-                    if (chained && chained->format == 2) {
-                        const ClassDefinitionTable* fields[] = {&chained->backtrackClassDefinition,
-                                                                &chained->inputClassDefinition,
-                                                                &chained->lookAheadClassDefinition};
-                        for (int c = 0; c < 3; ++c) {
-                            ClassDefinitionTable alone;
-                            alone.font = font;
-                            const uint16_t offset = U16At(*bytes, at + 4 + 2 * c);
-                            bytes->Seek(at + offset);
-                            if (offset != 0) alone.Load(bytes);
-                            EXPECT_TRUE(Equal(alone, *fields[c]));
-                        }
-                    }
-                    ++seen;
-                }
-            }
-        });
-    if (seen == 0) GTEST_SKIP() << "no context subtables found";
-}
 
 // Format 1: the coverage, then each present rule set followed by its rules,
 // in field order. An absent set or rule keeps a zero offset and never enters
@@ -456,53 +387,6 @@ void ExpectEachChangeCounts(const std::vector<std::function<void(Base&)>>& chang
         changes[i](changed);
         EXPECT_FALSE(Equal(changed, Table()));
     }
-}
-
-// Every field, and every field of a set and a rule, takes part in the order
-// that decides which subtables are shared; GSUB and GPOS forms never are.
-TEST(SequenceContext, EveryFieldTakesPartInTheOrder) {
-    using Context = SequenceContextTable;
-    using Chained = ChainedSequenceContextTable;
-    ExpectEachChangeCounts<GSUBSequenceContextTable, Context>({
-        [](Context& t) { t.format = 1; },
-        [](Context& t) { t.coverage = Coverage({1}); },
-        [](Context& t) { t.ruleSets.resize(1); },
-        [](Context& t) { t.ruleSets.assign(1, Context::SequenceRuleSet(true)); },
-        [](Context& t) { t.ruleSets.assign(1, Context::SequenceRuleSet()), t.ruleSets[0].rules.resize(1); },
-        [](Context& t) { t.classDefinition.format = 2; },
-        [](Context& t) { t.classRuleSets.resize(1); },
-        [](Context& t) { t.coverages.resize(1); },
-        [](Context& t) {
-            t.lookupRecords = {{0, 1}};
-        },
-    });
-    ExpectEachChangeCounts<GSUBChainedSequenceContextTable, Chained>({
-        [](Chained& t) { t.format = 1; },
-        [](Chained& t) { t.coverage = Coverage({1}); },
-        [](Chained& t) { t.ruleSets.resize(1); },
-        [](Chained& t) { t.backtrackClassDefinition.format = 2; },
-        [](Chained& t) { t.inputClassDefinition.format = 2; },
-        [](Chained& t) { t.lookAheadClassDefinition.format = 2; },
-        [](Chained& t) { t.classRuleSets.resize(1); },
-        [](Chained& t) { t.backtrackCoverages.resize(1); },
-        [](Chained& t) { t.inputCoverages.resize(1); },
-        [](Chained& t) { t.lookAheadCoverages.resize(1); },
-        [](Chained& t) {
-            t.lookupRecords = {{0, 1}};
-        },
-    });
-    ExpectEachChangeCounts<ChainedRule, ChainedRule>({
-        [](ChainedRule& r) { r.isPresent = true; },
-        [](ChainedRule& r) { r.backtrackSequence = {1}; },
-        [](ChainedRule& r) { r.inputSequence = {1}; },
-        [](ChainedRule& r) { r.lookAheadSequence = {1}; },
-        [](ChainedRule& r) {
-            r.lookupRecords = {{1, 0}};
-        },
-    });
-    EXPECT_FALSE(Equal(MakeRule({1}, 0), MakeRule({1}, 1)));
-    EXPECT_FALSE(Equal(GSUBSequenceContextTable(), GPOSSequenceContextTable()));
-    EXPECT_FALSE(Equal(GSUBChainedSequenceContextTable(), GPOSChainedSequenceContextTable()));
 }
 
 // Fonts often leave out an empty backtrack or lookahead class definition
